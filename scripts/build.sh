@@ -1,0 +1,16 @@
+#!/usr/bin/env bash
+# Configures and builds one flavour of the project into build/<flavour>.
+#   scripts/build.sh release      optimised build with tests and benchmarks
+#   scripts/build.sh sanitize     tests under AddressSanitizer and UBSan
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+flavour=${1:-release}
+case "$flavour" in
+  release)  args=(-DCMAKE_BUILD_TYPE=RelWithDebInfo) ;;
+  sanitize) args=(-DCMAKE_BUILD_TYPE=Debug -DCORVID5_SANITIZE=ON -DCORVID5_BUILD_BENCH=OFF) ;;
+  *) echo "usage: scripts/build.sh [release|sanitize]" >&2; exit 2 ;;
+esac
+
+cmake -S . -B "build/$flavour" -G Ninja "${args[@]}" >/dev/null
+cmake --build "build/$flavour" -j "$(nproc)"

@@ -1,0 +1,330 @@
+#include "flm/Database.h"
+
+#include <unistd.h>
+
+#include <unordered_set>
+#include <vector>
+
+#include "flm/IndexKeys.h"
+#include "flm/RecordCodec.h"
+#include "flm/Schema.h"
+
+namespace flm {
+namespace {
+
+constexpr uint32_t kNullDrn = 0xFFFFFFFF;
+
+// Every database that is open in this process, so that a handle kept after
+// its database was closed is refused rather than followed.
+std::unordered_set<Database*>& liveDatabases() {
+  static std::unordered_set<Database*> live;
+  return live;
+}
+
+RCODE stepDone(sqlite3_stmt* stmt) {
+  int rc = sqlite3_step(stmt);
+  return rc == SQLITE_DONE ? FERR_OK : fromSqlite(rc);
+}
+
+void bindKeyValue(sqlite3_stmt* stmt, int column, const KeyValue& v) {
+  switch (v.kind) {
+    case KeyValue::Integer:
+      sqlite3_bind_int64(stmt, column, v.integer);
+      break;
+    case KeyValue::Real:
+      sqlite3_bind_double(stmt, column, v.real);
+      break;
+    case KeyValue::Text:
+      sqlite3_bind_text(stmt, column, v.exact.data(), static_cast<int>(v.exact.size()),
+                        SQLITE_STATIC);
+      break;
+    case KeyValue::Bytes:
+      sqlite3_bind_blob(stmt, column, v.exact.data(), static_cast<int>(v.exact.size()),
+                        SQLITE_STATIC);
+      break;
+  }
+}
+
+void bindTextOrNull(sqlite3_stmt* stmt, int column, const KeyValue& v, const std::string& s,
+                    bool blob) {
+  if (v.kind != KeyValue::Text)
+    sqlite3_bind_null(stmt, column);
+  else if (blob)
+    sqlite3_bind_blob(stmt, column, s.data(), static_cast<int>(s.size()), SQLITE_STATIC);
+  else
+    sqlite3_bind_text(stmt, column, s.data(), static_cast<int>(s.size()), SQLITE_STATIC);
+}
+
+}  // namespace
+
+Database::Database(Session& session, std::string path, uint32_t flags)
+    : session_(session), path_(std::move(path)), flags_(flags) {
+  liveDatabases().insert(this);
+}
+
+Database::~Database() {
+  liveDatabases().erase(this);
+  statements_.clear();
+  if (db_ && transActive_) execute(db_, "ROLLBACK");
+  sqlite3_close_v2(db_);
+}
+
+Database* Database::fromHandle(void* handle) {
+  auto* db = static_cast<Database*>(handle);
+  return liveDatabases().count(db) ? db : nullptr;
+}
+
+RCODE Database::connect(int sqliteFlags) {
+  int rc = sqlite3_open_v2(path_.c_str(), &db_, sqliteFlags | SQLITE_OPEN_NOMUTEX, nullptr);
+  if (rc != SQLITE_OK) return fromSqlite(rc);
+  sqlite3_extended_result_codes(db_, 1);
+  sqlite3_busy_timeout(db_, 2000);
+  statements_.attach(db_);
+  return FERR_OK;
+}
+
+RCODE Database::create(Session& session, const char* path, const Dictionary& dictionary,
+                       std::unique_ptr<Database>* out) {
+  if (!path || !*path) return FERR_IO_INVALID_PATH;
+  if (access(path, F_OK) == 0) return FERR_FILE_EXISTS;
+  std::unique_ptr<Database> d(new Database(session, path, 0));
+  if (!d->collation_.ok()) return FERR_FAILURE;
+  RCODE rc = d->connect(SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+  if (!rc) rc = execute(d->db_, "BEGIN IMMEDIATE");
+  if (!rc) rc = createSchema(d->db_, dictionary);
+  if (!rc) rc = execute(d->db_, "COMMIT");
+  if (!rc) rc = d->guard_.acquire(path, false);
+  if (rc) {
+    d.reset();
+    unlink(path);
+    return rc;
+  }
+  d->dictionary_ = dictionary;
+  *out = std::move(d);
+  return FERR_OK;
+}
+
+RCODE Database::open(Session& session, const char* path, uint32_t flags,
+                     std::unique_ptr<Database>* out) {
+  std::unique_ptr<Database> d(new Database(session, path ? path : "", flags));
+  RCODE rc = d->guard_.acquire(path, flags & FO_EXCLUSIVE);
+  if (!rc && !d->collation_.ok()) rc = FERR_FAILURE;
+  if (!rc)
+    rc = d->connect((flags & FO_READ_ONLY) ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE);
+  if (!rc) rc = loadSchema(d->db_, &d->dictionary_);
+  // Alone with the file, there is no need to give locks back after each read.
+  if (!rc && (flags & FO_EXCLUSIVE)) rc = execute(d->db_, "PRAGMA locking_mode = EXCLUSIVE");
+  if (rc) return rc;
+  *out = std::move(d);
+  return FERR_OK;
+}
+
+void Database::setCacheLimit(uint32_t kilobytes) {
+  std::string pragma = "PRAGMA cache_size = -" + std::to_string(kilobytes ? kilobytes : 1);
+  execute(db_, pragma.c_str());
+}
+
+RCODE Database::checkTarget(uint32_t store, uint16_t container) const {
+  if (store > kMaxStore) return FERR_INVALID_PARM;
+  return dictionary_.hasContainer(container) ? FERR_OK : FERR_BAD_CONTAINER;
+}
+
+RCODE Database::retrieve(uint32_t store, uint16_t container, uint32_t drn, PoolMemoryManager* pool,
+                         Node** root) {
+  *root = nullptr;
+  std::string blob;
+  RCODE rc = storedRecord(store, container, drn, &blob);
+  if (rc) return rc;
+  return decodeRecord(blob.data(), blob.size(), pool, this, store, container, drn, root);
+}
+
+RCODE Database::storedRecord(uint32_t store, uint16_t container, uint32_t drn, std::string* blob) {
+  RCODE rc = checkTarget(store, container);
+  if (rc) return rc;
+  if (drn == 0 || drn == kNullDrn) return FERR_BAD_DRN;
+  bool found = false;
+  rc = readBlob(recordId(store, container, drn), blob, &found);
+  return rc ? rc : found ? FERR_OK : FERR_NOT_FOUND;
+}
+
+RCODE Database::readBlob(int64_t id, std::string* blob, bool* found) {
+  sqlite3_stmt* stmt;
+  RCODE rc = statements_.get("SELECT data FROM flm_record WHERE id = ?1", &stmt);
+  if (rc) return rc;
+  StatementUse use(stmt);
+  sqlite3_bind_int64(stmt, 1, id);
+  int src = sqlite3_step(stmt);
+  *found = src == SQLITE_ROW;
+  if (!*found) return src == SQLITE_DONE ? FERR_OK : fromSqlite(src);
+  auto* data = static_cast<const char*>(sqlite3_column_blob(stmt, 0));
+  blob->assign(data ? data : "", static_cast<size_t>(sqlite3_column_bytes(stmt, 0)));
+  return FERR_OK;
+}
+
+template <class Op>
+RCODE Database::atomically(Op op) {
+  RCODE rc = statements_.run("SAVEPOINT flm_write");
+  if (rc) return rc;
+  rc = op();
+  if (!rc) rc = statements_.run("RELEASE flm_write");
+  if (rc && !sqlite3_get_autocommit(db_)) {
+    statements_.run("ROLLBACK TO flm_write");
+    statements_.run("RELEASE flm_write");
+  }
+  // Some failures (a full disk among them) make SQLite give up the whole
+  // transaction; the caller's explicit one is then over too.
+  if (transActive_ && sqlite3_get_autocommit(db_)) transActive_ = false;
+  return rc;
+}
+
+RCODE Database::writeRecord(const char* sql, int64_t id, const std::string* blob) {
+  sqlite3_stmt* stmt;
+  RCODE rc = statements_.get(sql, &stmt);
+  if (rc) return rc;
+  StatementUse use(stmt);
+  sqlite3_bind_int64(stmt, 1, id);
+  if (blob)
+    sqlite3_bind_blob(stmt, 2, blob->data(), static_cast<int>(blob->size()), SQLITE_STATIC);
+  return stepDone(stmt);
+}
+
+RCODE Database::nextDrn(uint32_t store, uint16_t container, uint32_t* drn) {
+  sqlite3_stmt* stmt;
+  RCODE rc = statements_.get("SELECT max(id) FROM flm_record WHERE id BETWEEN ?1 AND ?2", &stmt);
+  if (rc) return rc;
+  StatementUse use(stmt);
+  int64_t first = recordId(store, container, 0);
+  sqlite3_bind_int64(stmt, 1, first);
+  sqlite3_bind_int64(stmt, 2, recordId(store, container, kNullDrn));
+  int src = sqlite3_step(stmt);
+  if (src != SQLITE_ROW) return fromSqlite(src);
+  int64_t highest = sqlite3_column_type(stmt, 0) == SQLITE_NULL ? 0 : sqlite3_column_int64(stmt, 0) - first;
+  if (highest + 1 >= kNullDrn) return FERR_NO_MORE_DRNS;
+  *drn = static_cast<uint32_t>(highest + 1);
+  return FERR_OK;
+}
+
+RCODE Database::writeKeys(uint32_t store, uint16_t container, uint32_t drn, const Node* root,
+                          bool insert) {
+  std::vector<IndexKey> keys;
+  RCODE rc = collectKeys(dictionary_, container, root, collation_, &keys);
+  if (rc || keys.empty()) return rc;
+  sqlite3_stmt* stmt;
+  rc = statements_.get(insert ? "INSERT OR IGNORE INTO flm_key VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7)"
+                              : "DELETE FROM flm_key WHERE ix = ?1 AND store = ?2 AND "
+                                "component = ?3 AND exact = ?4 AND drn = ?7",
+                       &stmt);
+  for (size_t i = 0; i < keys.size() && !rc; ++i) {
+    const IndexKey& k = keys[i];
+    StatementUse use(stmt);
+    sqlite3_bind_int(stmt, 1, k.index);
+    sqlite3_bind_int64(stmt, 2, store);
+    sqlite3_bind_int(stmt, 3, k.component);
+    bindKeyValue(stmt, 4, k.value);
+    if (insert) {
+      bindTextOrNull(stmt, 5, k.value, k.value.folded, false);
+      bindTextOrNull(stmt, 6, k.value, k.value.sortKey, true);
+    }
+    sqlite3_bind_int64(stmt, 7, drn);
+    rc = stepDone(stmt);
+  }
+  return rc;
+}
+
+RCODE Database::writeKeysOfStored(uint32_t store, uint16_t container, uint32_t drn,
+                                  const std::string& blob) {
+  if (dictionary_.indexesOn(container).empty()) return FERR_OK;
+  PoolMemoryManager pool;
+  poolInit(&pool, 512);
+  Node* old = nullptr;
+  RCODE rc = decodeRecord(blob.data(), blob.size(), &pool, this, store, container, drn, &old);
+  if (!rc) rc = writeKeys(store, container, drn, old, false);
+  poolFree(&pool);
+  return rc;
+}
+
+RCODE Database::add(uint32_t store, uint16_t container, uint32_t* drn, const Node* root) {
+  RCODE rc = checkTarget(store, container);
+  if (rc) return rc;
+  if (!root) return FERR_NULL_RECORD;
+  if (*drn == kNullDrn) return FERR_BAD_DRN;
+  std::string blob;
+  if ((rc = encodeRecord(root, &blob)) != FERR_OK) return rc;
+  return atomically([&] {
+    uint32_t number = *drn;
+    RCODE r = number ? FERR_OK : nextDrn(store, container, &number);
+    if (!r)
+      r = writeRecord("INSERT INTO flm_record(id, data) VALUES(?1, ?2)",
+                      recordId(store, container, number), &blob);
+    if (!r) r = writeKeys(store, container, number, root, true);
+    if (!r) *drn = number;
+    return r;
+  });
+}
+
+RCODE Database::modify(uint32_t store, uint16_t container, uint32_t drn, const Node* root) {
+  if (!root) return FERR_NULL_RECORD;
+  std::string blob;
+  RCODE rc = encodeRecord(root, &blob);
+  if (rc) return rc;
+  return atomically([&] {
+    std::string old;
+    RCODE r = storedRecord(store, container, drn, &old);
+    if (!r) r = writeKeysOfStored(store, container, drn, old);
+    if (!r)
+      r = writeRecord("UPDATE flm_record SET data = ?2 WHERE id = ?1",
+                      recordId(store, container, drn), &blob);
+    if (!r) r = writeKeys(store, container, drn, root, true);
+    return r;
+  });
+}
+
+RCODE Database::remove(uint32_t store, uint16_t container, uint32_t drn) {
+  return atomically([&] {
+    std::string old;
+    RCODE r = storedRecord(store, container, drn, &old);
+    if (!r) r = writeKeysOfStored(store, container, drn, old);
+    if (!r)
+      r = writeRecord("DELETE FROM flm_record WHERE id = ?1", recordId(store, container, drn),
+                      nullptr);
+    return r;
+  });
+}
+
+RCODE Database::recordCount(uint32_t store, uint16_t container, uint32_t* count) {
+  *count = 0;
+  RCODE rc = checkTarget(store, container);
+  sqlite3_stmt* stmt;
+  if (!rc) rc = statements_.get("SELECT count(*) FROM flm_record WHERE id BETWEEN ?1 AND ?2", &stmt);
+  if (rc) return rc;
+  StatementUse use(stmt);
+  sqlite3_bind_int64(stmt, 1, recordId(store, container, 1));
+  sqlite3_bind_int64(stmt, 2, recordId(store, container, kNullDrn - 1));
+  int src = sqlite3_step(stmt);
+  if (src != SQLITE_ROW) return fromSqlite(src);
+  *count = static_cast<uint32_t>(sqlite3_column_int64(stmt, 0));
+  return FERR_OK;
+}
+
+RCODE Database::transBegin() {
+  if (transActive_) return FERR_TRANS_ACTIVE;
+  RCODE rc = statements_.run("BEGIN IMMEDIATE");
+  transActive_ = rc == FERR_OK;
+  return rc;
+}
+
+RCODE Database::transCommit() {
+  if (!transActive_) return FERR_NO_TRANS_ACTIVE;
+  RCODE rc = statements_.run("COMMIT");
+  transActive_ = !sqlite3_get_autocommit(db_);
+  return rc;
+}
+
+RCODE Database::transAbort() {
+  if (!transActive_) return FERR_NO_TRANS_ACTIVE;
+  RCODE rc = sqlite3_get_autocommit(db_) ? FERR_OK : statements_.run("ROLLBACK");
+  transActive_ = false;
+  return rc;
+}
+
+}  // namespace flm

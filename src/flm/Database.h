@@ -1,0 +1,106 @@
+// One database: one SQLite file holding a dictionary, records by (store,
+// container, number), and the keys of the dictionary's indexes.
+#ifndef CORVID5_FLM_DATABASE_H
+#define CORVID5_FLM_DATABASE_H
+
+#include <sqlite3.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "flm/Collation.h"
+#include "flm/Dictionary.h"
+#include "flm/FileGuard.h"
+#include "flm/Node.h"
+#include "flm/Sql.h"
+
+namespace flm {
+
+class Session;
+
+// Open flags.
+constexpr uint32_t FO_EXCLUSIVE = 0x01;
+constexpr uint32_t FO_READ_ONLY = 0x04;
+
+// The highest store number a record can live in.
+constexpr uint32_t kMaxStore = 0x7FFF;
+
+class Database {
+ public:
+  ~Database();
+  Database(const Database&) = delete;
+  Database& operator=(const Database&) = delete;
+
+  Session& session() const { return session_; }
+  const std::string& path() const { return path_; }
+  bool readOnly() const { return flags_ & FO_READ_ONLY; }
+  bool exclusive() const { return flags_ & FO_EXCLUSIVE; }
+  const Dictionary& dictionary() const { return dictionary_; }
+  const NameTable& nameTable() const { return names_; }
+  const Collation& collation() const { return collation_; }
+
+  // Reads a record into `pool`; its root is bound to where it lives.
+  RCODE retrieve(uint32_t store, uint16_t container, uint32_t drn, PoolMemoryManager* pool,
+                 Node** root);
+  // Adds the tree at `root`. A `*drn` of 0 takes the container's next number
+  // (one past its highest) and hands it back.
+  RCODE add(uint32_t store, uint16_t container, uint32_t* drn, const Node* root);
+  RCODE modify(uint32_t store, uint16_t container, uint32_t drn, const Node* root);
+  RCODE remove(uint32_t store, uint16_t container, uint32_t drn);
+  RCODE recordCount(uint32_t store, uint16_t container, uint32_t* count);
+
+  // Without an explicit transaction every write commits by itself.
+  RCODE transBegin();
+  RCODE transCommit();
+  RCODE transAbort();
+  bool transActive() const { return transActive_; }
+
+  // For the query engine: SQL on this database and its cached statements.
+  sqlite3* sql() const { return db_; }
+  RCODE statement(const std::string& sql, sqlite3_stmt** stmt) { return statements_.get(sql, stmt); }
+
+  // The share of the session's cache limit this database may use.
+  void setCacheLimit(uint32_t kilobytes);
+
+  // The live database behind a handle; null for a handle that was closed.
+  static Database* fromHandle(void* handle);
+
+  // Record ids in the record table.
+  static int64_t recordId(uint32_t store, uint16_t container, uint32_t drn) {
+    return (int64_t{store} << 48) | (int64_t{container} << 32) | drn;
+  }
+
+ private:
+  friend class Session;
+  Database(Session& session, std::string path, uint32_t flags);
+  static RCODE create(Session& session, const char* path, const Dictionary& dictionary,
+                      std::unique_ptr<Database>* out);
+  static RCODE open(Session& session, const char* path, uint32_t flags,
+                    std::unique_ptr<Database>* out);
+  RCODE connect(int sqliteFlags);
+  RCODE checkTarget(uint32_t store, uint16_t container) const;
+  RCODE nextDrn(uint32_t store, uint16_t container, uint32_t* drn);
+  RCODE readBlob(int64_t id, std::string* blob, bool* found);
+  RCODE writeKeys(uint32_t store, uint16_t container, uint32_t drn, const Node* root, bool insert);
+  RCODE writeKeysOfStored(uint32_t store, uint16_t container, uint32_t drn, const std::string& blob);
+  RCODE writeRecord(const char* sql, int64_t id, const std::string* blob);
+  template <class Op>
+  RCODE atomically(Op op);
+  RCODE storedRecord(uint32_t store, uint16_t container, uint32_t drn, std::string* blob);
+
+  Session& session_;
+  std::string path_;
+  uint32_t flags_;
+  sqlite3* db_ = nullptr;
+  StatementCache statements_;
+  FileGuard guard_;
+  Dictionary dictionary_;
+  NameTable names_{dictionary_};
+  Collation collation_;
+  bool transActive_ = false;
+};
+
+}  // namespace flm
+
+#endif
