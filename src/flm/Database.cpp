@@ -112,8 +112,11 @@ RCODE Database::open(Session& session, const char* path, uint32_t flags,
   if (!rc)
     rc = d->connect((flags & FO_READ_ONLY) ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE);
   if (!rc) rc = loadSchema(d->db_, &d->dictionary_);
-  // Alone with the file, there is no need to give locks back after each read.
-  if (!rc && (flags & FO_EXCLUSIVE)) rc = execute(d->db_, "PRAGMA locking_mode = EXCLUSIVE");
+  // Alone with the file, or only reading it, there is no need to give SQLite's
+  // lock back after each read: a reader keeps its shared lock (other readers
+  // are welcome, writers wait), and the page cache stays valid between reads.
+  if (!rc && (flags & (FO_EXCLUSIVE | FO_READ_ONLY)))
+    rc = execute(d->db_, "PRAGMA locking_mode = EXCLUSIVE");
   if (rc) return rc;
   *out = std::move(d);
   return FERR_OK;
