@@ -298,7 +298,7 @@ RCODE Database::recordCount(uint32_t store, uint16_t container, uint32_t* count)
   *count = 0;
   RCODE rc = checkTarget(store, container);
   sqlite3_stmt* stmt;
-  if (!rc) rc = statements_.get("SELECT count(*) FROM flm_record WHERE id BETWEEN ?1 AND ?2", &stmt);
+  if (!rc) rc = statements_.get("SELECT count(*) FROM flm_record INDEXED BY flm_record_ids WHERE id BETWEEN ?1 AND ?2", &stmt);
   if (rc) return rc;
   StatementUse use(stmt);
   sqlite3_bind_int64(stmt, 1, recordId(store, container, 1));
@@ -311,6 +311,9 @@ RCODE Database::recordCount(uint32_t store, uint16_t container, uint32_t* count)
 
 RCODE Database::transBegin() {
   if (transActive_) return FERR_TRANS_ACTIVE;
+  // SQLite grants BEGIN IMMEDIATE on a read-only connection and only refuses
+  // the first write; an update transaction must be refused up front.
+  if (readOnly()) return FERR_PERMISSION;
   RCODE rc = statements_.run("BEGIN IMMEDIATE");
   transActive_ = rc == FERR_OK;
   return rc;

@@ -45,43 +45,50 @@ void forEachOnPath(const Node* root, const FieldPath& path,
   if (root->tag == path[0]) descend(root, path, 0, visit);
 }
 
+bool numericValue(const Node* field, int64_t* value) {
+  if (!field->length) return false;
+  switch (nodeType(field)) {
+    case FLM_NUMBER_TYPE:
+    case FLM_CONTEXT_TYPE:
+      return getNumber(field, value) == FERR_OK;
+    case FLM_DATE_TYPE: {
+      FlmDate d;
+      if (getDate(field, &d)) return false;
+      *value = packedDate(d);
+      return true;
+    }
+    case FLM_TIME_TYPE: {
+      FlmTime t;
+      if (getTime(field, &t)) return false;
+      *value = packedTime(t);
+      return true;
+    }
+    case FLM_TMSTAMP_TYPE: {
+      FlmTimestamp ts;
+      if (getTimestamp(field, &ts)) return false;
+      *value = (packedDate(ts.date) << 32) | packedTime(ts.time);
+      return true;
+    }
+    default:
+      return false;
+  }
+}
+
 bool makeKeyValue(const Node* field, const Collation& collation, KeyValue* key) {
   if (!field->length) return false;
   switch (nodeType(field)) {
     case FLM_TEXT_TYPE:
       return textKey(field, collation, key);
-    case FLM_NUMBER_TYPE:
-    case FLM_CONTEXT_TYPE:
-      key->kind = KeyValue::Integer;
-      return getNumber(field, &key->integer) == FERR_OK;
     case FLM_REAL_TYPE:
       key->kind = KeyValue::Real;
       return getReal(field, &key->real) == FERR_OK;
-    case FLM_DATE_TYPE: {
-      FlmDate d;
-      key->kind = KeyValue::Integer;
-      if (getDate(field, &d)) return false;
-      key->integer = packedDate(d);
-      return true;
-    }
-    case FLM_TIME_TYPE: {
-      FlmTime t;
-      key->kind = KeyValue::Integer;
-      if (getTime(field, &t)) return false;
-      key->integer = packedTime(t);
-      return true;
-    }
-    case FLM_TMSTAMP_TYPE: {
-      FlmTimestamp ts;
-      key->kind = KeyValue::Integer;
-      if (getTimestamp(field, &ts)) return false;
-      key->integer = (packedDate(ts.date) << 32) | packedTime(ts.time);
-      return true;
-    }
-    default:
+    case FLM_BINARY_TYPE:
       key->kind = KeyValue::Bytes;
       key->exact.assign(static_cast<const char*>(field->value), field->length);
       return true;
+    default:
+      key->kind = KeyValue::Integer;
+      return numericValue(field, &key->integer);
   }
 }
 

@@ -34,6 +34,10 @@ struct IndexKey {
 void forEachOnPath(const Node* root, const FieldPath& path,
                    const std::function<void(const Node*)>& visit);
 
+// The number that numbers, record pointers, dates, times and timestamps are
+// kept and compared as; false for other types and empty fields.
+bool numericValue(const Node* field, int64_t* value);
+
 // The key value of one field; false for a field with no value to index.
 bool makeKeyValue(const Node* field, const Collation& collation, KeyValue* key);
 

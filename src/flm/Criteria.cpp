@@ -1,0 +1,160 @@
+#include "flm/Criteria.h"
+
+namespace flm {
+namespace {
+
+int binaryPrecedence(uint16_t op) {
+  switch (op) {
+    case FLM_MULT_OP: case FLM_DIV_OP: case FLM_MOD_OP: return 10;
+    case FLM_PLUS_OP: case FLM_MINUS_OP: return 9;
+    case FLM_BITAND_OP: return 8;
+    case FLM_BITXOR_OP: return 7;
+    case FLM_BITOR_OP: return 6;
+    case FLM_LT_OP: case FLM_LE_OP: case FLM_GT_OP: case FLM_GE_OP: return 5;
+    case FLM_EQ_OP: case FLM_NE_OP: case FLM_MATCH_OP: case FLM_MATCH_BEGIN_OP:
+    case FLM_CONTAINS_OP: return 4;
+    case FLM_AND_OP: return 2;
+    case FLM_OR_OP: return 1;
+    default: return 0;
+  }
+}
+
+constexpr int kUnaryPrecedence = 11;
+
+bool isLogical(uint16_t op) { return op == FLM_AND_OP || op == FLM_OR_OP || op == FLM_NOT_OP; }
+
+// Yields a value (as opposed to a truth): what comparisons and arithmetic take.
+bool yieldsValue(const Expr& e) {
+  if (e.kind == Expr::Field || e.kind == Expr::Value) return true;
+  if (e.kind == Expr::All || e.kind == Expr::Any) return false;
+  return !isComparisonOp(e.op) && !isLogical(e.op);
+}
+
+bool digitsOnly(const std::u16string& t) {
+  size_t i = !t.empty() && t[0] == u'-' ? 1 : 0;
+  if (i == t.size()) return false;
+  for (; i < t.size(); ++i)
+    if (t[i] < u'0' || t[i] > u'9') return false;
+  return true;
+}
+
+class Parser {
+ public:
+  Parser(const std::vector<Piece>& pieces, const Dictionary* dictionary, ParsedCriteria* out)
+      : pieces_(pieces), dictionary_(dictionary), out_(out) {}
+
+  RCODE run() {
+    if (pieces_.empty()) return FERR_OK;
+    int root = expression(1);
+    if (rc_ == FERR_OK && pos_ != pieces_.size()) rc_ = FERR_CURSOR_SYNTAX;
+    if (rc_ == FERR_OK) out_->root = root;
+    return rc_;
+  }
+
+ private:
+  const Piece* peek() const { return pos_ < pieces_.size() ? &pieces_[pos_] : nullptr; }
+  bool peekOp(uint16_t op) const { return peek() && peek()->kind == Piece::Op && peek()->op == op; }
+
+  int fail(RCODE rc) {
+    if (rc_ == FERR_OK) rc_ = rc;
+    return -1;
+  }
+
+  int add(Expr e) {
+    out_->nodes.push_back(std::move(e));
+    return static_cast<int>(out_->nodes.size() - 1);
+  }
+
+  int primary() {
+    const Piece* p = peek();
+    if (!p) return fail(FERR_CURSOR_SYNTAX);
+    ++pos_;
+    if (p->kind == Piece::Field) return add({Expr::Field, 0, p->set, p->path, {}, {}});
+    if (p->kind == Piece::Value) return add({Expr::Value, 0, 0, {}, p->value, {}});
+    if (p->op == FLM_LPAREN_OP) {
+      int inner = expression(1);
+      if (!peekOp(FLM_RPAREN_OP)) return fail(FERR_CURSOR_SYNTAX);
+      ++pos_;
+      return inner;
+    }
+    if (p->op == FLM_NOT_OP || p->op == FLM_MINUS_OP) {
+      int operand = expression(kUnaryPrecedence);
+      if (operand < 0) return -1;
+      if (p->op == FLM_MINUS_OP && !yieldsValue(out_->nodes[operand]))
+        return fail(FERR_CURSOR_SYNTAX);
+      return add({Expr::Unary, p->op, 0, {}, {}, {operand}});
+    }
+    return fail(FERR_CURSOR_SYNTAX);
+  }
+
+  int expression(int minPrecedence) {
+    int left = primary();
+    while (left >= 0 && peek() && peek()->kind == Piece::Op) {
+      uint16_t op = peek()->op;
+      int precedence = binaryPrecedence(op);
+      if (precedence == 0 || precedence < minPrecedence) break;
+      ++pos_;
+      int right = expression(precedence + 1);
+      if (right < 0) return -1;
+      left = combine(op, left, right);
+    }
+    return left;
+  }
+
+  int combine(uint16_t op, int left, int right) {
+    if (op == FLM_AND_OP || op == FLM_OR_OP) return chain(op, left, right);
+    const Expr& l = out_->nodes[left];
+    const Expr& r = out_->nodes[right];
+    if (!yieldsValue(l) || !yieldsValue(r)) return fail(FERR_CURSOR_SYNTAX);
+    if (isComparisonOp(op)) {
+      RCODE rc = checkKinds(l, r);
+      if (rc == FERR_OK) rc = checkKinds(r, l);
+      if (rc) return fail(rc);
+    }
+    return add({Expr::Binary, op, 0, {}, {}, {left, right}});
+  }
+
+  // And/or chains become one node with many terms, so that long unions of
+  // terms neither nest deeply nor recurse deeply when evaluated.
+  int chain(uint16_t op, int left, int right) {
+    Expr::Kind kind = op == FLM_AND_OP ? Expr::All : Expr::Any;
+    if (out_->nodes[left].kind == kind) {
+      out_->nodes[left].kids.push_back(right);
+      return left;
+    }
+    return add({kind, op, 0, {}, {}, {left, right}});
+  }
+
+  // A text literal compared with a numeric field must read as a number.
+  RCODE checkKinds(const Expr& field, const Expr& literal) const {
+    if (field.kind != Expr::Field || literal.kind != Expr::Value || !dictionary_) return FERR_OK;
+    if (literal.value.kind != Operand::Text) return FERR_OK;
+    const FieldDef* def =
+        field.path.back() == FLM_RECID_FIELD ? nullptr : dictionary_->field(field.path.back());
+    bool numeric = field.path.back() == FLM_RECID_FIELD ||
+                   (def && (def->type == FLM_NUMBER_TYPE || def->type == FLM_CONTEXT_TYPE));
+    if (numeric && !digitsOnly(literal.value.text)) return FERR_CONV_BAD_DIGIT;
+    return FERR_OK;
+  }
+
+  const std::vector<Piece>& pieces_;
+  const Dictionary* dictionary_;
+  ParsedCriteria* out_;
+  size_t pos_ = 0;
+  RCODE rc_ = FERR_OK;
+};
+
+}  // namespace
+
+bool isComparisonOp(uint16_t op) {
+  return binaryPrecedence(op) == 4 || binaryPrecedence(op) == 5;
+}
+
+RCODE parseCriteria(const std::vector<Piece>& pieces, const Dictionary* dictionary,
+                    ParsedCriteria* out) {
+  out->nodes.clear();
+  out->root = -1;
+  return Parser(pieces, dictionary, out).run();
+}
+
+}  // namespace flm

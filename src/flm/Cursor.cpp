@@ -1,0 +1,278 @@
+#include "flm/Cursor.h"
+
+#include <unicode/ustring.h>
+
+#include <cstring>
+#include <new>
+
+#include "flm/Evaluator.h"
+
+namespace flm {
+namespace {
+
+Operand numberOperand(int64_t n) { return Operand{Operand::Number, n, 0, {}}; }
+
+Operand textOperand(std::u16string text) {
+  return Operand{Operand::Text, 0, 0, std::move(text)};
+}
+
+// Narrow text arrives in code page 0, which is UTF-8.
+std::u16string fromUtf8(const char* text, size_t bytes) {
+  std::u16string out(bytes, u'\0');
+  int32_t units = 0;
+  UErrorCode status = U_ZERO_ERROR;
+  u_strFromUTF8WithSub(out.data(), static_cast<int32_t>(out.size()), &units, text,
+                       static_cast<int32_t>(bytes), 0xFFFD, nullptr, &status);
+  out.resize(U_SUCCESS(status) || status == U_STRING_NOT_TERMINATED_WARNING ? units : 0);
+  return out;
+}
+
+}  // namespace
+
+Cursor::Cursor(Database* db, uint32_t store, uint16_t container) : own_{db, store, container} {}
+
+RCODE Cursor::init(Database* db, uint32_t store, uint16_t container, Cursor** out) {
+  *out = nullptr;
+  if (store > kMaxStore) return FERR_INVALID_PARM;
+  if (db && !db->dictionary().hasContainer(container)) return FERR_BAD_CONTAINER;
+  *out = new (std::nothrow) Cursor(db, store, container);
+  return *out ? FERR_OK : FERR_MEM;
+}
+
+RCODE Cursor::free(Cursor** cursor) {
+  delete *cursor;
+  *cursor = nullptr;
+  return FERR_OK;
+}
+
+void Cursor::invalidate() {
+  parsedCurrent_ = false;
+  executed_ = false;
+  results_.clear();
+  position_ = -1;
+  moved_ = false;
+}
+
+RCODE Cursor::addField(const uint16_t* path, size_t count, uint32_t flags) {
+  uint32_t set = flags & kFieldSetMask;
+  if (!path || count == 0 || set >= kMaxSets) return FERR_INVALID_PARM;
+  for (size_t i = 0; i < count; ++i)
+    if (path[i] == 0) return FERR_BAD_FIELD_NUM;
+  invalidate();
+  pieces_.push_back({Piece::Field, 0, static_cast<uint8_t>(set), FieldPath(path, path + count), {}});
+  return FERR_OK;
+}
+
+RCODE Cursor::addOp(uint16_t op) {
+  bool known = (op >= FLM_AND_OP && op <= FLM_MINUS_OP) || op == FLM_LPAREN_OP ||
+               op == FLM_RPAREN_OP;
+  if (!known) return FERR_CURSOR_SYNTAX;
+  invalidate();
+  pieces_.push_back({Piece::Op, op, 0, {}, {}});
+  return FERR_OK;
+}
+
+RCODE Cursor::addValue(uint32_t valueType, const void* value, size_t length) {
+  if (!value) return FERR_INVALID_PARM;
+  Operand v;
+  switch (valueType) {
+    case FLM_INT16_VAL: v = numberOperand(*static_cast<const int16_t*>(value)); break;
+    case FLM_INT32_VAL: v = numberOperand(*static_cast<const int32_t*>(value)); break;
+    case FLM_UINT16_VAL: v = numberOperand(*static_cast<const uint16_t*>(value)); break;
+    case FLM_UINT32_VAL: v = numberOperand(*static_cast<const uint32_t*>(value)); break;
+    case FLM_STRING_VAL: {
+      auto* text = static_cast<const char*>(value);
+      v = textOperand(fromUtf8(text, length ? length : std::strlen(text)));
+      break;
+    }
+    case FLM_UNICODE_VAL: {
+      auto* text = static_cast<const char16_t*>(value);
+      size_t units = length;
+      if (!units)
+        while (text[units]) ++units;
+      v = textOperand(std::u16string(text, units));
+      break;
+    }
+    default:
+      return FERR_CONV_BAD_SRC_TYPE;
+  }
+  invalidate();
+  pieces_.push_back({Piece::Value, 0, 0, {}, std::move(v)});
+  return FERR_OK;
+}
+
+RCODE Cursor::addFieldValue(const Node* field) {
+  Operand v;
+  if (!field) return FERR_INVALID_PARM;
+  if (!operandOf(field, &v)) return FERR_CONV_NULL_SRC;
+  invalidate();
+  pieces_.push_back({Piece::Value, 0, 0, {}, std::move(v)});
+  return FERR_OK;
+}
+
+RCODE Cursor::setMode(uint32_t flags) {
+  mode_ = flags;
+  invalidate();
+  return FERR_OK;
+}
+
+RCODE Cursor::config(uint32_t option, uint32_t value1, uint32_t value2) {
+  switch (option) {
+    case FCURSOR_SET_REC_TYPE:
+      return FERR_OK;
+    case FCURSOR_SET_INDEX:
+      index_ = static_cast<uint16_t>(value1);
+      indexComponent_ = static_cast<uint16_t>(value2);
+      invalidate();
+      return FERR_OK;
+    default:
+      return FERR_NOT_IMPLEMENTED;
+  }
+}
+
+RCODE Cursor::getConfig(uint32_t option, uint32_t which, uint32_t* value) const {
+  *value = 0;
+  if (option != FCURSOR_GET_INDEX) return FERR_NOT_IMPLEMENTED;
+  *value = which == 0 ? masterIndex_ : index_ ? index_ : masterIndex_;
+  return FERR_OK;
+}
+
+RCODE Cursor::setMasterIndex(uint16_t index, uint16_t component) {
+  Database* db = anyDatabase();
+  if (index && db && !db->dictionary().index(index)) return FERR_BAD_IX;
+  masterIndex_ = index;
+  masterComponent_ = component;
+  invalidate();
+  return FERR_OK;
+}
+
+RCODE Cursor::addContext(uint16_t set, Database* db, uint32_t store, uint16_t container) {
+  if (set < 1 || set >= kMaxSets || !db || store > kMaxStore) return FERR_INVALID_PARM;
+  if (!db->dictionary().hasContainer(container)) return FERR_BAD_CONTAINER;
+  sets_[set] = Source{db, store, container};
+  invalidate();
+  return FERR_OK;
+}
+
+Database* Cursor::anyDatabase() const {
+  if (own_.db) return own_.db;
+  for (const auto& s : sets_)
+    if (s) return s->db;
+  return nullptr;
+}
+
+const Source& Cursor::resultSource() const {
+  for (int s = kMaxSets - 1; s >= 1; --s)
+    if (sets_[s]) return *sets_[s];
+  return own_;
+}
+
+RCODE Cursor::validate() {
+  if (parsedCurrent_) return parseError_;
+  Database* db = anyDatabase();
+  parseError_ = parseCriteria(pieces_, db ? &db->dictionary() : nullptr, &parsed_);
+  // Set 0 is the cursor's own source, or the first context set of a cursor
+  // that has none.
+  int implicit = own_.db ? 0 : 1;
+  for (Expr& e : parsed_.nodes) {
+    if (e.kind != Expr::Field) continue;
+    if (e.set == 0) e.set = static_cast<uint8_t>(implicit);
+    if (!parseError_ && !(e.set == 0 ? own_.db != nullptr : sets_[e.set].has_value()))
+      parseError_ = FERR_INVALID_PARM;
+  }
+  parsedCurrent_ = true;
+  return parseError_;
+}
+
+RCODE Cursor::execute() {
+  if (executed_) return FERR_OK;
+  RCODE rc = validate();
+  if (rc) return rc;
+  const Source& result = resultSource();
+  if (!result.db) return FERR_BAD_HDL;
+  QuerySpec spec;
+  spec.sets[0] = own_.db ? &own_ : nullptr;
+  for (int s = 1; s < kMaxSets; ++s) spec.sets[s] = sets_[s] ? &*sets_[s] : nullptr;
+  for (int s = kMaxSets - 1; s >= 0; --s)
+    if (spec.sets[s] == &result) {
+      spec.resultSet = s;
+      break;
+    }
+  spec.criteria = &parsed_;
+  spec.caseSensitive = !(mode_ & FLM_NOCASE);
+  spec.wildcards = (mode_ & FLM_WILD) != 0;
+  spec.orderIndex = index_ ? index_ : masterIndex_;
+  uint16_t component = index_ ? indexComponent_ : masterComponent_;
+  spec.orderComponent = component ? component : 1;
+  rc = runQuery(spec, &results_);
+  executed_ = rc == FERR_OK;
+  return rc;
+}
+
+RCODE Cursor::recordCount(uint32_t* count) {
+  *count = 0;
+  RCODE rc = validate();
+  const Source& result = resultSource();
+  // Counting a whole container needs no list of its records.
+  if (!rc && !executed_ && parsed_.root < 0 && !index_ && !masterIndex_ && result.db &&
+      &result == &own_)
+    return result.db->recordCount(result.store, result.container, count);
+  if (!rc) rc = execute();
+  if (!rc) *count = static_cast<uint32_t>(results_.size());
+  return rc;
+}
+
+RCODE Cursor::step(int delta, uint32_t* drn) {
+  RCODE rc = execute();
+  if (rc) return rc;
+  long n = static_cast<long>(results_.size());
+  long next = position_ + delta;
+  moved_ = true;
+  if (next < 0) {
+    position_ = -1;
+    return FERR_BOF_HIT;
+  }
+  if (next >= n) {
+    position_ = n;
+    return FERR_EOF_HIT;
+  }
+  position_ = next;
+  if (drn) *drn = results_[static_cast<size_t>(position_)];
+  return FERR_OK;
+}
+
+RCODE Cursor::moveFirst(uint32_t* drn) {
+  position_ = -1;
+  return step(1, drn);
+}
+
+RCODE Cursor::moveLast(uint32_t* drn) {
+  RCODE rc = execute();
+  if (rc) return rc;
+  position_ = static_cast<long>(results_.size());
+  return step(-1, drn);
+}
+
+// A cursor that has not moved yet starts from the first record going forward
+// and from the last going back.
+RCODE Cursor::moveNext(uint32_t* drn) { return moved_ ? step(1, drn) : moveFirst(drn); }
+
+RCODE Cursor::movePrev(uint32_t* drn) { return moved_ ? step(-1, drn) : moveLast(drn); }
+
+RCODE Cursor::current(uint32_t* drn) const {
+  if (position_ < 0) return FERR_BOF_HIT;
+  if (position_ >= static_cast<long>(results_.size())) return FERR_EOF_HIT;
+  *drn = results_[static_cast<size_t>(position_)];
+  return FERR_OK;
+}
+
+RCODE Cursor::read(PoolMemoryManager* pool, Node** root) {
+  *root = nullptr;
+  uint32_t drn = 0;
+  RCODE rc = current(&drn);
+  if (rc) return rc;
+  const Source& src = resultSource();
+  return src.db->retrieve(src.store, src.container, drn, pool, root);
+}
+
+}  // namespace flm

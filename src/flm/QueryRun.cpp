@@ -1,0 +1,456 @@
+#include "flm/QueryRun.h"
+
+#include <algorithm>
+#include <unordered_set>
+
+#include "flm/Cursor.h"
+#include "flm/IndexKeys.h"
+#include "flm/KeyProbe.h"
+#include "flm/Unicode.h"
+
+namespace flm {
+namespace {
+
+// How much a narrowing helps, best last.
+enum Rank { kScan = 0, kRange = 2, kPrefix = 3, kEqual = 4, kRecords = 5 };
+
+struct Narrowing {
+  int rank = kScan;
+  std::vector<uint32_t> drns;
+  std::vector<KeyProbe> probes;
+};
+
+struct OrderKey {
+  bool text = false;
+  int64_t number = 0;
+  std::string bytes;
+  bool operator<(const OrderKey& o) const {
+    if (text != o.text) return !text;
+    return text ? bytes < o.bytes : number < o.number;
+  }
+};
+
+struct Match {
+  OrderKey key;
+  uint32_t drn;
+};
+
+uint16_t flipped(uint16_t op) {
+  switch (op) {
+    case FLM_LT_OP: return FLM_GT_OP;
+    case FLM_LE_OP: return FLM_GE_OP;
+    case FLM_GT_OP: return FLM_LT_OP;
+    case FLM_GE_OP: return FLM_LE_OP;
+    case FLM_EQ_OP: return FLM_EQ_OP;
+    default: return 0;
+  }
+}
+
+bool isRecId(const FieldPath& path) { return path.size() == 1 && path[0] == FLM_RECID_FIELD; }
+
+bool literalNumber(const Operand& v, int64_t* n) {
+  if (v.kind == Operand::Number) {
+    *n = v.number;
+    return true;
+  }
+  return v.kind == Operand::Text && textAsNumber(v.text, n);
+}
+
+SqlParam textParam(const std::u16string& text) {
+  SqlParam p{SqlParam::Text, 0, {}};
+  utf16ToUtf8(reinterpret_cast<const uint16_t*>(text.data()), text.size(), &p.bytes);
+  return p;
+}
+
+SqlParam blobParam(std::string bytes) { return {SqlParam::Blob, 0, std::move(bytes)}; }
+
+class QueryRun {
+ public:
+  explicit QueryRun(const QuerySpec& spec)
+      : spec_(spec), criteria_(*spec.criteria),
+        evaluator_(criteria_, resultDb()->collation(), spec.caseSensitive, spec.wildcards) {
+    for (auto& pool : pools_) poolInit(&pool, 512);
+  }
+  ~QueryRun() {
+    for (auto& pool : pools_) poolFree(&pool);
+  }
+  QueryRun(const QueryRun&) = delete;
+  QueryRun& operator=(const QueryRun&) = delete;
+
+  RCODE run(std::vector<uint32_t>* out);
+
+ private:
+  Database* resultDb() const { return spec_.sets[spec_.resultSet]->db; }
+  const Source& source(int set) const { return *spec_.sets[set]; }
+  const Expr& node(int n) const { return criteria_.nodes[n]; }
+
+  void splitConjuncts();
+  uint16_t setMask(int n) const;
+  const FieldDef* fieldDef(int set, const FieldPath& path) const;
+  bool indexFor(int set, const FieldPath& path, uint16_t* index, uint16_t* component) const;
+  Narrowing narrow(int set) const;
+  bool narrowTerm(int set, int n, Narrowing* out) const;
+  bool narrowComparison(int set, uint16_t op, const FieldPath& path, const Operand& v,
+                        Narrowing* out) const;
+  bool narrowText(int set, uint16_t op, uint16_t ix, uint16_t comp, const std::u16string& v,
+                  Narrowing* out) const;
+  KeyProbe prefixProbe(int set, uint16_t ix, uint16_t comp, const std::u16string& prefix) const;
+  void chooseOrder();
+  int joinTerm(int set, uint16_t bound) const;
+  RCODE candidates(int set, uint16_t bound, std::vector<uint32_t>* drns);
+  RCODE joinCandidates(int set, int term, std::vector<uint32_t>* drns) const;
+  RCODE bindFrom(size_t depth, uint16_t bound);
+  bool termsHold(int set, uint16_t bound) const;
+  RCODE keep(const Binding& result);
+  bool orderApplies() const;
+  RCODE unconditional(std::vector<uint32_t>* out);
+
+  const QuerySpec& spec_;
+  const ParsedCriteria& criteria_;
+  Evaluator evaluator_;
+  std::vector<int> terms_;
+  std::vector<uint16_t> masks_;
+  std::array<Narrowing, kMaxSets> narrowings_;
+  std::vector<int> order_;
+  std::array<Binding, kMaxSets> bindings_{};
+  std::array<PoolMemoryManager, kMaxSets> pools_{};
+  std::unordered_set<uint32_t> seen_;
+  std::vector<Match> matches_;
+};
+
+void QueryRun::splitConjuncts() {
+  if (criteria_.root < 0) return;
+  const Expr& root = node(criteria_.root);
+  if (root.kind == Expr::All)
+    terms_ = root.kids;
+  else
+    terms_ = {criteria_.root};
+  for (int t : terms_) masks_.push_back(setMask(t));
+}
+
+uint16_t QueryRun::setMask(int n) const {
+  const Expr& e = node(n);
+  if (e.kind == Expr::Field) return static_cast<uint16_t>(1u << e.set);
+  uint16_t mask = 0;
+  for (int kid : e.kids) mask |= setMask(kid);
+  return mask;
+}
+
+const FieldDef* QueryRun::fieldDef(int set, const FieldPath& path) const {
+  return source(set).db->dictionary().field(path.back());
+}
+
+bool QueryRun::indexFor(int set, const FieldPath& path, uint16_t* index,
+                        uint16_t* component) const {
+  const Source& src = source(set);
+  for (const IndexDef* ix : src.db->dictionary().indexesOn(src.container))
+    for (size_t c = 0; c < ix->components.size(); ++c)
+      if (ix->components[c] == path) {
+        *index = ix->number;
+        *component = static_cast<uint16_t>(c + 1);
+        return true;
+      }
+  return false;
+}
+
+Narrowing QueryRun::narrow(int set) const {
+  Narrowing best;
+  for (size_t i = 0; i < terms_.size(); ++i) {
+    Narrowing n;
+    if (masks_[i] == (1u << set) && narrowTerm(set, terms_[i], &n) && n.rank > best.rank)
+      best = std::move(n);
+  }
+  return best;
+}
+
+// A union of narrowable equalities narrows as well as its weakest term.
+bool QueryRun::narrowTerm(int set, int n, Narrowing* out) const {
+  const Expr& e = node(n);
+  if (e.kind == Expr::Any) {
+    out->rank = kRecords;
+    for (int kid : e.kids) {
+      Narrowing k;
+      if (!narrowTerm(set, kid, &k)) return false;
+      out->rank = std::min(out->rank, k.rank);
+      out->drns.insert(out->drns.end(), k.drns.begin(), k.drns.end());
+      for (KeyProbe& p : k.probes) out->probes.push_back(std::move(p));
+    }
+    return true;
+  }
+  if (e.kind != Expr::Binary || !isComparisonOp(e.op)) return false;
+  const Expr& l = node(e.kids[0]);
+  const Expr& r = node(e.kids[1]);
+  if (l.kind == Expr::Field && r.kind == Expr::Value)
+    return narrowComparison(set, e.op, l.path, r.value, out);
+  if (l.kind == Expr::Value && r.kind == Expr::Field && flipped(e.op))
+    return narrowComparison(set, flipped(e.op), r.path, l.value, out);
+  return false;
+}
+
+bool QueryRun::narrowComparison(int set, uint16_t op, const FieldPath& path, const Operand& v,
+                                Narrowing* out) const {
+  int64_t number;
+  if (isRecId(path)) {
+    if (op != FLM_EQ_OP || !literalNumber(v, &number)) return false;
+    out->rank = kRecords;
+    if (number > 0 && number < 0xFFFFFFFF) out->drns.push_back(static_cast<uint32_t>(number));
+    return true;
+  }
+  uint16_t ix, comp;
+  const FieldDef* def = fieldDef(set, path);
+  if (!def || !indexFor(set, path, &ix, &comp)) return false;
+  if (def->type == FLM_TEXT_TYPE)
+    return v.kind == Operand::Text && narrowText(set, op, ix, comp, v.text, out);
+  if (def->type == FLM_BINARY_TYPE || def->type == FLM_REAL_TYPE || !literalNumber(v, &number))
+    return false;
+  SqlParam p{SqlParam::Integer, number, {}};
+  uint32_t store = source(set).store;
+  if (op == FLM_EQ_OP) {
+    out->rank = kEqual;
+    out->probes.push_back(probeEqual(ix, store, comp, KeyColumn::Exact, p));
+    return true;
+  }
+  if (op < FLM_LT_OP || op > FLM_GE_OP) return false;
+  bool below = op == FLM_LT_OP || op == FLM_LE_OP;
+  bool inclusive = op == FLM_LE_OP || op == FLM_GE_OP;
+  out->rank = kRange;
+  out->probes.push_back(probeRange(ix, store, comp, KeyColumn::Exact, below ? nullptr : &p,
+                                   inclusive, below ? &p : nullptr, inclusive));
+  return true;
+}
+
+KeyProbe QueryRun::prefixProbe(int set, uint16_t ix, uint16_t comp,
+                               const std::u16string& prefix) const {
+  bool cs = spec_.caseSensitive;
+  SqlParam low = textParam(cs ? prefix : Collation::fold(prefix));
+  SqlParam high{SqlParam::Text, 0, prefixSuccessor(low.bytes)};
+  return probeRange(ix, source(set).store, comp, cs ? KeyColumn::Exact : KeyColumn::Folded, &low,
+                    true, high.bytes.empty() ? nullptr : &high, false);
+}
+
+bool QueryRun::narrowText(int set, uint16_t op, uint16_t ix, uint16_t comp,
+                          const std::u16string& v, Narrowing* out) const {
+  bool cs = spec_.caseSensitive;
+  uint32_t store = source(set).store;
+  size_t star = v.find(u'*');
+  bool wild = op == FLM_MATCH_OP || (op == FLM_EQ_OP && spec_.wildcards);
+  if ((op == FLM_EQ_OP || op == FLM_MATCH_OP) && !(wild && star != std::u16string::npos)) {
+    out->rank = kEqual;
+    out->probes.push_back(probeEqual(ix, store, comp, cs ? KeyColumn::Exact : KeyColumn::Folded,
+                                     textParam(cs ? v : Collation::fold(v))));
+    return true;
+  }
+  if (op == FLM_EQ_OP || op == FLM_MATCH_OP || op == FLM_MATCH_BEGIN_OP) {
+    std::u16string prefix = op == FLM_MATCH_BEGIN_OP ? v : v.substr(0, star);
+    if (prefix.empty()) return false;
+    out->rank = kPrefix;
+    out->probes.push_back(prefixProbe(set, ix, comp, prefix));
+    return true;
+  }
+  if (op < FLM_LT_OP || op > FLM_GE_OP) return false;
+  const Collation& coll = source(set).db->collation();
+  std::string key;
+  bool made = cs ? coll.sortKey(reinterpret_cast<const uint16_t*>(v.data()), v.size(), &key)
+                 : coll.secondarySortKey(v, &key);
+  if (!made) return false;
+  // Without case, the secondary key bounds every tertiary key of the texts
+  // that collate equal to `v` from below, and its successor from above.
+  bool below = op == FLM_LT_OP || op == FLM_LE_OP;
+  bool inclusive = cs ? (op == FLM_LE_OP || op == FLM_GE_OP) : !below;
+  if (!cs && op == FLM_LE_OP) {
+    key = prefixSuccessor(key);
+    if (key.empty()) return false;
+  }
+  SqlParam bound = blobParam(key);
+  out->rank = kRange;
+  out->probes.push_back(probeRange(ix, store, comp, KeyColumn::SortKey,
+                                   below ? nullptr : &bound, inclusive,
+                                   below ? &bound : nullptr, inclusive));
+  return true;
+}
+
+// An equality between a field of `set` and a field of a bound set, where
+// `set`'s side is its record number or an indexed field.
+int QueryRun::joinTerm(int set, uint16_t bound) const {
+  for (size_t i = 0; i < terms_.size(); ++i) {
+    const Expr& e = node(terms_[i]);
+    if (e.kind != Expr::Binary || e.op != FLM_EQ_OP || !(masks_[i] & (1u << set)) ||
+        !(masks_[i] & bound) || (masks_[i] & ~(bound | (1u << set))))
+      continue;
+    for (int side = 0; side < 2; ++side) {
+      const Expr& mine = node(e.kids[side]);
+      const Expr& other = node(e.kids[1 - side]);
+      uint16_t ix, comp;
+      if (mine.kind == Expr::Field && other.kind == Expr::Field && mine.set == set &&
+          other.set != set && (isRecId(mine.path) || indexFor(set, mine.path, &ix, &comp)))
+        return static_cast<int>(i);
+    }
+  }
+  return -1;
+}
+
+RCODE QueryRun::joinCandidates(int set, int term, std::vector<uint32_t>* drns) const {
+  const Expr& e = node(terms_[term]);
+  int mine = node(e.kids[0]).set == set ? e.kids[0] : e.kids[1];
+  int other = mine == e.kids[0] ? e.kids[1] : e.kids[0];
+  std::vector<Operand> values;
+  evaluator_.values(other, bindings_.data(), &values);
+  const FieldPath& path = node(mine).path;
+  if (isRecId(path)) {
+    int64_t n;
+    for (const Operand& v : values)
+      if (literalNumber(v, &n) && n > 0 && n < 0xFFFFFFFF) drns->push_back(static_cast<uint32_t>(n));
+    return FERR_OK;
+  }
+  for (const Operand& v : values) {
+    Narrowing n;
+    if (!narrowComparison(set, FLM_EQ_OP, path, v, &n)) continue;
+    for (const KeyProbe& p : n.probes) {
+      RCODE rc = runProbe(source(set).db, p, drns);
+      if (rc) return rc;
+    }
+  }
+  return FERR_OK;
+}
+
+RCODE QueryRun::candidates(int set, uint16_t bound, std::vector<uint32_t>* drns) {
+  drns->clear();
+  RCODE rc = FERR_OK;
+  int term = bound ? joinTerm(set, bound) : -1;
+  const Narrowing& n = narrowings_[set];
+  if (term >= 0) {
+    rc = joinCandidates(set, term, drns);
+  } else if (n.rank == kScan) {
+    rc = containerRecords(source(set).db, source(set).store, source(set).container, drns);
+  } else {
+    *drns = n.drns;
+    for (size_t i = 0; i < n.probes.size() && !rc; ++i) rc = runProbe(source(set).db, n.probes[i], drns);
+  }
+  std::sort(drns->begin(), drns->end());
+  drns->erase(std::unique(drns->begin(), drns->end()), drns->end());
+  return rc;
+}
+
+// The best narrowed set drives; then sets reachable by a join follow, so that
+// each is found through the records already bound.
+void QueryRun::chooseOrder() {
+  std::vector<int> left;
+  uint16_t involved = static_cast<uint16_t>(1u << spec_.resultSet);
+  for (uint16_t m : masks_) involved |= m;
+  for (int s = 0; s < kMaxSets; ++s)
+    if ((involved & (1u << s)) && spec_.sets[s]) left.push_back(s);
+  uint16_t bound = 0;
+  while (!left.empty()) {
+    auto next = left.begin();
+    for (auto it = left.begin(); it != left.end(); ++it) {
+      bool joins = bound && joinTerm(*it, bound) >= 0;
+      bool nextJoins = bound && joinTerm(*next, bound) >= 0;
+      if ((joins && !nextJoins) ||
+          (joins == nextJoins && narrowings_[*it].rank > narrowings_[*next].rank))
+        next = it;
+    }
+    order_.push_back(*next);
+    bound |= static_cast<uint16_t>(1u << *next);
+    left.erase(next);
+  }
+}
+
+bool QueryRun::termsHold(int set, uint16_t bound) const {
+  for (size_t i = 0; i < terms_.size(); ++i)
+    if ((masks_[i] & (1u << set)) && !(masks_[i] & ~bound) &&
+        evaluator_.truth(terms_[i], bindings_.data()) != Truth::True)
+      return false;
+  return true;
+}
+
+RCODE QueryRun::bindFrom(size_t depth, uint16_t bound) {
+  if (depth == order_.size()) return keep(bindings_[spec_.resultSet]);
+  int set = order_[depth];
+  std::vector<uint32_t> drns;
+  RCODE rc = candidates(set, bound, &drns);
+  uint16_t now = static_cast<uint16_t>(bound | (1u << set));
+  for (size_t i = 0; i < drns.size() && !rc; ++i) {
+    poolReset(&pools_[set], nullptr);
+    Node* root = nullptr;
+    const Source& src = source(set);
+    rc = src.db->retrieve(src.store, src.container, drns[i], &pools_[set], &root);
+    if (rc == FERR_NOT_FOUND) {
+      rc = FERR_OK;
+      continue;
+    }
+    bindings_[set] = {root, drns[i]};
+    if (!rc && termsHold(set, now)) rc = bindFrom(depth + 1, now);
+  }
+  bindings_[set] = {};
+  return rc;
+}
+
+bool QueryRun::orderApplies() const {
+  const IndexDef* ix = resultDb()->dictionary().index(spec_.orderIndex);
+  return ix && ix->container == source(spec_.resultSet).container &&
+         spec_.orderComponent >= 1 && spec_.orderComponent <= ix->components.size();
+}
+
+RCODE QueryRun::keep(const Binding& result) {
+  if (!seen_.insert(result.drn).second) return FERR_OK;
+  Match m{{}, result.drn};
+  if (orderApplies()) {
+    const IndexDef* ix = resultDb()->dictionary().index(spec_.orderIndex);
+    bool any = false;
+    forEachOnPath(result.root, ix->components[spec_.orderComponent - 1], [&](const Node* f) {
+      KeyValue v;
+      if (!makeKeyValue(f, resultDb()->collation(), &v)) return;
+      OrderKey k{v.kind == KeyValue::Text, v.integer,
+                 v.kind == KeyValue::Text ? v.sortKey : v.exact};
+      if (!any || k < m.key) m.key = k;
+      any = true;
+    });
+    // Through an index, a record without a key in it is not found.
+    if (!any) return FERR_OK;
+  }
+  matches_.push_back(std::move(m));
+  return FERR_OK;
+}
+
+RCODE QueryRun::unconditional(std::vector<uint32_t>* out) {
+  const Source& src = source(spec_.resultSet);
+  if (!orderApplies()) return containerRecords(src.db, src.store, src.container, out);
+  const IndexDef* ix = src.db->dictionary().index(spec_.orderIndex);
+  const FieldPath& path = ix->components[spec_.orderComponent - 1];
+  const FieldDef* def = src.db->dictionary().field(path.back());
+  return indexRecords(src.db, ix->number, src.store, spec_.orderComponent,
+                      !def || def->type == FLM_TEXT_TYPE, out);
+}
+
+RCODE QueryRun::run(std::vector<uint32_t>* out) {
+  out->clear();
+  splitConjuncts();
+  bool joined = false;
+  for (uint16_t m : masks_) joined |= (m & ~(1u << spec_.resultSet)) != 0;
+  if (terms_.empty() && !joined) return unconditional(out);
+  for (size_t i = 0; i < terms_.size(); ++i)
+    if (masks_[i] == 0 && evaluator_.truth(terms_[i], bindings_.data()) != Truth::True)
+      return FERR_OK;
+  for (int s = 0; s < kMaxSets; ++s)
+    if (spec_.sets[s]) narrowings_[s] = narrow(s);
+  chooseOrder();
+  RCODE rc = bindFrom(0, 0);
+  if (rc) return rc;
+  if (orderApplies())
+    std::stable_sort(matches_.begin(), matches_.end(), [](const Match& a, const Match& b) {
+      return a.key < b.key || (!(b.key < a.key) && a.drn < b.drn);
+    });
+  else
+    std::sort(matches_.begin(), matches_.end(),
+              [](const Match& a, const Match& b) { return a.drn < b.drn; });
+  for (const Match& m : matches_) out->push_back(m.drn);
+  return FERR_OK;
+}
+
+}  // namespace
+
+RCODE runQuery(const QuerySpec& spec, std::vector<uint32_t>* drns) {
+  return QueryRun(spec).run(drns);
+}
+
+}  // namespace flm

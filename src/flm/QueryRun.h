@@ -1,0 +1,40 @@
+// Running parsed criteria: each context set's candidates are narrowed through
+// the key table where an index covers a predicate (record numbers, equalities,
+// ranges, prefixes, joins through a record pointer); every candidate is then
+// checked by the one evaluator, and the records of the result set come back
+// in index or record-number order.
+#ifndef CORVID5_FLM_QUERYRUN_H
+#define CORVID5_FLM_QUERYRUN_H
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "flm/Criteria.h"
+#include "flm/Database.h"
+#include "flm/Evaluator.h"
+
+namespace flm {
+
+// Where the records of one context set live.
+struct Source {
+  Database* db = nullptr;
+  uint32_t store = 0;
+  uint16_t container = FLM_DATA_CONTAINER;
+};
+
+struct QuerySpec {
+  std::array<const Source*, kMaxSets> sets{};  // null where there is no source
+  int resultSet = 0;
+  const ParsedCriteria* criteria = nullptr;    // fields name resolved sets
+  bool caseSensitive = true;
+  bool wildcards = false;
+  uint16_t orderIndex = 0;      // 0: record-number order
+  uint16_t orderComponent = 1;
+};
+
+RCODE runQuery(const QuerySpec& spec, std::vector<uint32_t>* drns);
+
+}  // namespace flm
+
+#endif
