@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+
 #include <unordered_set>
 #include <vector>
 
@@ -174,6 +176,7 @@ RCODE Database::atomically(Op op) {
     statements_.run("ROLLBACK TO flm_write");
     statements_.run("RELEASE flm_write");
   }
+  if (rc) nextDrns_.clear();
   // Some failures (a full disk among them) make SQLite give up the whole
   // transaction; the caller's explicit one is then over too.
   if (transActive_ && sqlite3_get_autocommit(db_)) transActive_ = false;
@@ -192,11 +195,17 @@ RCODE Database::writeRecord(const char* sql, int64_t id, const std::string* blob
 }
 
 RCODE Database::nextDrn(uint32_t store, uint16_t container, uint32_t* drn) {
+  int64_t first = recordId(store, container, 0);
+  auto known = nextDrns_.find(first);
+  if (known != nextDrns_.end()) {
+    if (known->second >= kNullDrn) return FERR_NO_MORE_DRNS;
+    *drn = known->second;
+    return FERR_OK;
+  }
   sqlite3_stmt* stmt;
   RCODE rc = statements_.get("SELECT max(id) FROM flm_record WHERE id BETWEEN ?1 AND ?2", &stmt);
   if (rc) return rc;
   StatementUse use(stmt);
-  int64_t first = recordId(store, container, 0);
   sqlite3_bind_int64(stmt, 1, first);
   sqlite3_bind_int64(stmt, 2, recordId(store, container, kNullDrn));
   int src = sqlite3_step(stmt);
@@ -205,6 +214,16 @@ RCODE Database::nextDrn(uint32_t store, uint16_t container, uint32_t* drn) {
   if (highest + 1 >= kNullDrn) return FERR_NO_MORE_DRNS;
   *drn = static_cast<uint32_t>(highest + 1);
   return FERR_OK;
+}
+
+// Only a number that came from the table seeds the cache: an explicit one
+// says nothing about the highest number in use.
+void Database::rememberNextDrn(int64_t container, uint32_t used, bool assigned) {
+  auto known = nextDrns_.find(container);
+  if (known != nextDrns_.end())
+    known->second = std::max(known->second, used + 1);
+  else if (assigned)
+    nextDrns_.emplace(container, used + 1);
 }
 
 RCODE Database::writeKeys(uint32_t store, uint16_t container, uint32_t drn, const Node* root,
@@ -261,6 +280,7 @@ RCODE Database::add(uint32_t store, uint16_t container, uint32_t* drn, const Nod
                       recordId(store, container, number), &blob);
     if (!r) r = writeKeys(store, container, number, root, true);
     if (!r) *drn = number;
+    if (!r && transActive_) rememberNextDrn(recordId(store, container, 0), number, *drn == 0);
     return r;
   });
 }
@@ -323,6 +343,7 @@ RCODE Database::transCommit() {
   if (!transActive_) return FERR_NO_TRANS_ACTIVE;
   RCODE rc = statements_.run("COMMIT");
   transActive_ = !sqlite3_get_autocommit(db_);
+  nextDrns_.clear();
   return rc;
 }
 
@@ -330,6 +351,7 @@ RCODE Database::transAbort() {
   if (!transActive_) return FERR_NO_TRANS_ACTIVE;
   RCODE rc = sqlite3_get_autocommit(db_) ? FERR_OK : statements_.run("ROLLBACK");
   transActive_ = false;
+  nextDrns_.clear();
   return rc;
 }
 

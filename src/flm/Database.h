@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <unordered_map>
 
 #include "flm/Collation.h"
 #include "flm/Dictionary.h"
@@ -81,6 +82,7 @@ class Database {
   RCODE connect(int sqliteFlags);
   RCODE checkTarget(uint32_t store, uint16_t container) const;
   RCODE nextDrn(uint32_t store, uint16_t container, uint32_t* drn);
+  void rememberNextDrn(int64_t container, uint32_t used, bool assigned);
   RCODE readBlob(int64_t id, std::string* blob, bool* found);
   RCODE writeKeys(uint32_t store, uint16_t container, uint32_t drn, const Node* root, bool insert);
   RCODE writeKeysOfStored(uint32_t store, uint16_t container, uint32_t drn, const std::string& blob);
@@ -99,6 +101,9 @@ class Database {
   NameTable names_{dictionary_};
   Collation collation_;
   bool transActive_ = false;
+  // Next free numbers by container, known only while this connection holds
+  // the write lock of an explicit transaction.
+  std::unordered_map<int64_t, uint32_t> nextDrns_;
 };
 
 }  // namespace flm
