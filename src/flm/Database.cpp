@@ -17,10 +17,11 @@ namespace {
 constexpr uint32_t kNullDrn = 0xFFFFFFFF;
 
 // Every database that is open in this process, so that a handle kept after
-// its database was closed is refused rather than followed.
+// its database was closed is refused rather than followed. Never destroyed:
+// sessions may still close databases from handlers that run at exit.
 std::unordered_set<Database*>& liveDatabases() {
-  static std::unordered_set<Database*> live;
-  return live;
+  static auto* live = new std::unordered_set<Database*>;
+  return *live;
 }
 
 RCODE stepDone(sqlite3_stmt* stmt) {
@@ -272,6 +273,7 @@ RCODE Database::add(uint32_t store, uint16_t container, uint32_t* drn, const Nod
   if (*drn == kNullDrn) return FERR_BAD_DRN;
   std::string blob;
   if ((rc = encodeRecord(root, &blob)) != FERR_OK) return rc;
+  bool assigned = *drn == 0;
   return atomically([&] {
     uint32_t number = *drn;
     RCODE r = number ? FERR_OK : nextDrn(store, container, &number);
@@ -280,7 +282,7 @@ RCODE Database::add(uint32_t store, uint16_t container, uint32_t* drn, const Nod
                       recordId(store, container, number), &blob);
     if (!r) r = writeKeys(store, container, number, root, true);
     if (!r) *drn = number;
-    if (!r && transActive_) rememberNextDrn(recordId(store, container, 0), number, *drn == 0);
+    if (!r && transActive_) rememberNextDrn(recordId(store, container, 0), number, assigned);
     return r;
   });
 }
@@ -310,6 +312,8 @@ RCODE Database::remove(uint32_t store, uint16_t container, uint32_t drn) {
     if (!r)
       r = writeRecord("DELETE FROM flm_record WHERE id = ?1", recordId(store, container, drn),
                       nullptr);
+    // The next number is one past the highest stored, which may have just gone.
+    if (!r) nextDrns_.erase(recordId(store, container, 0));
     return r;
   });
 }

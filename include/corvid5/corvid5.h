@@ -1,0 +1,15 @@
+// Everything a client of the library includes.
+#ifndef CORVID5_CORVID5_H
+#define CORVID5_CORVID5_H
+
+#include <corvid5/Platform.h>
+
+#include <corvid5/CreateOptions.h>
+#include <corvid5/FlmError.h>
+#include <corvid5/PLXException.h>
+
+#include <corvid5/CorvidEngine.h>
+#include <corvid5/FxSession.h>
+#include <corvid5/FxDatabase.h>
+
+#endif
