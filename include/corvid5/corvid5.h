@@ -12,4 +12,8 @@
 #include <corvid5/FxSession.h>
 #include <corvid5/FxDatabase.h>
 
+#include <corvid5/FlmPool.h>
+#include <corvid5/FlmContext.h>
+#include <corvid5/FlmRecord.h>
+
 #endif
