@@ -1,5 +1,7 @@
 #include "flm/Criteria.h"
 
+#include "flm/Evaluator.h"
+
 namespace flm {
 namespace {
 
@@ -45,6 +47,7 @@ class Parser {
 
   RCODE run() {
     if (pieces_.empty()) return FERR_OK;
+    out_->nodes.reserve(pieces_.size());
     int root = expression(1);
     if (rc_ == FERR_OK && pos_ != pieces_.size()) rc_ = FERR_CURSOR_SYNTAX;
     if (rc_ == FERR_OK) out_->root = root;
@@ -133,8 +136,10 @@ class Parser {
         field.path.back() == FLM_RECID_FIELD ? nullptr : dictionary_->field(field.path.back());
     bool numeric = field.path.back() == FLM_RECID_FIELD ||
                    (def && (def->type == FLM_NUMBER_TYPE || def->type == FLM_CONTEXT_TYPE));
-    if (numeric && !digitsOnly(literal.value.text)) return FERR_CONV_BAD_DIGIT;
-    return FERR_OK;
+    if (!numeric) return FERR_OK;
+    if (!digitsOnly(literal.value.text)) return FERR_CONV_BAD_DIGIT;
+    int64_t ignored;
+    return textAsNumber(literal.value.text, &ignored) ? FERR_OK : FERR_CONV_NUM_OVERFLOW;
   }
 
   const std::vector<Piece>& pieces_;

@@ -68,14 +68,20 @@ bool nonZero(const Operand& o) {
 }  // namespace
 
 bool textAsNumber(const std::u16string& text, int64_t* out) {
-  size_t i = !text.empty() && text[0] == u'-' ? 1 : 0;
-  if (i == text.size() || text.size() > 19) return false;
-  int64_t v = 0;
+  bool negative = !text.empty() && text[0] == u'-';
+  size_t i = negative ? 1 : 0;
+  if (i == text.size()) return false;
+  // Accumulated unsigned so that the lowest number, whose magnitude is one
+  // past the highest, still reads; anything wider is not a number here.
+  const uint64_t limit = negative ? uint64_t{1} << 63 : (uint64_t{1} << 63) - 1;
+  uint64_t v = 0;
   for (; i < text.size(); ++i) {
     if (text[i] < u'0' || text[i] > u'9') return false;
-    v = v * 10 + (text[i] - u'0');
+    auto digit = static_cast<uint64_t>(text[i] - u'0');
+    if (v > (limit - digit) / 10) return false;
+    v = v * 10 + digit;
   }
-  *out = text[0] == u'-' ? -v : v;
+  *out = static_cast<int64_t>(negative ? 0 - v : v);
   return true;
 }
 

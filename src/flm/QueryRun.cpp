@@ -18,15 +18,26 @@ struct Narrowing {
   int rank = kScan;
   std::vector<uint32_t> drns;
   std::vector<KeyProbe> probes;
+  // The records found meet the term exactly, once the listed numbers are
+  // known to be records; the term then needs no evaluating.
+  bool exact = false;
+  int term = -1;  // which of the conjuncts
 };
 
+// A key as the key table orders it: numbers (integers and reals by value),
+// then texts by sort key, then bytes.
 struct OrderKey {
-  bool text = false;
-  int64_t number = 0;
-  std::string bytes;
+  enum Rank : uint8_t { Number, Text, Bytes } rank = Number;
+  bool real = false;
+  int64_t integer = 0;
+  double value = 0;
+  std::string bytes;  // Text: the sort key
   bool operator<(const OrderKey& o) const {
-    if (text != o.text) return !text;
-    return text ? bytes < o.bytes : number < o.number;
+    if (rank != o.rank) return rank < o.rank;
+    if (rank != Number) return bytes < o.bytes;
+    if (!real && !o.real) return integer < o.integer;
+    return (real ? value : static_cast<double>(integer)) <
+           (o.real ? o.value : static_cast<double>(o.integer));
   }
 };
 
@@ -64,6 +75,23 @@ SqlParam textParam(const std::u16string& text) {
 
 SqlParam blobParam(std::string bytes) { return {SqlParam::Blob, 0, std::move(bytes)}; }
 
+// Whether an empty text meets `text op v` as the evaluator compares texts.
+bool emptyTextMeets(const Collation& c, uint16_t op, const std::u16string& v, bool cs, bool wild) {
+  const std::u16string empty;
+  switch (op) {
+    case FLM_EQ_OP: return wild ? c.wildcardMatch(empty, v, cs) : c.equal(empty, v, cs);
+    case FLM_MATCH_OP: return c.wildcardMatch(empty, v, cs);
+    case FLM_MATCH_BEGIN_OP: return c.beginsWith(empty, v, cs);
+    case FLM_CONTAINS_OP: return c.contains(empty, v, cs);
+    case FLM_NE_OP: return !c.equal(empty, v, cs);
+    case FLM_LT_OP: return c.order(empty, v, cs) < 0;
+    case FLM_LE_OP: return c.order(empty, v, cs) <= 0;
+    case FLM_GT_OP: return c.order(empty, v, cs) > 0;
+    case FLM_GE_OP: return c.order(empty, v, cs) >= 0;
+    default: return true;
+  }
+}
+
 class QueryRun {
  public:
   explicit QueryRun(const QuerySpec& spec)
@@ -97,8 +125,10 @@ class QueryRun {
   KeyProbe prefixProbe(int set, uint16_t ix, uint16_t comp, const std::u16string& prefix) const;
   void chooseOrder();
   int joinTerm(int set, uint16_t bound) const;
-  RCODE candidates(int set, uint16_t bound, std::vector<uint32_t>* drns);
-  RCODE joinCandidates(int set, int term, std::vector<uint32_t>* drns) const;
+  RCODE candidates(int set, uint16_t bound, std::vector<uint32_t>* drns, int* decided);
+  RCODE joinCandidates(int set, int term, std::vector<uint32_t>* drns, bool* narrowed,
+                       bool* exact) const;
+  RCODE existing(int set, std::vector<uint32_t>* drns) const;
   RCODE bindFrom(size_t depth, uint16_t bound);
   bool termsHold(int set, uint16_t bound) const;
   RCODE keep(const Binding& result);
@@ -157,8 +187,10 @@ Narrowing QueryRun::narrow(int set) const {
   Narrowing best;
   for (size_t i = 0; i < terms_.size(); ++i) {
     Narrowing n;
-    if (masks_[i] == (1u << set) && narrowTerm(set, terms_[i], &n) && n.rank > best.rank)
+    if (masks_[i] == (1u << set) && narrowTerm(set, terms_[i], &n) && n.rank > best.rank) {
       best = std::move(n);
+      best.term = static_cast<int>(i);
+    }
   }
   return best;
 }
@@ -168,10 +200,12 @@ bool QueryRun::narrowTerm(int set, int n, Narrowing* out) const {
   const Expr& e = node(n);
   if (e.kind == Expr::Any) {
     out->rank = kRecords;
+    out->exact = true;
     for (int kid : e.kids) {
       Narrowing k;
       if (!narrowTerm(set, kid, &k)) return false;
       out->rank = std::min(out->rank, k.rank);
+      out->exact = out->exact && k.exact;
       out->drns.insert(out->drns.end(), k.drns.begin(), k.drns.end());
       for (KeyProbe& p : k.probes) out->probes.push_back(std::move(p));
     }
@@ -182,7 +216,10 @@ bool QueryRun::narrowTerm(int set, int n, Narrowing* out) const {
   const Expr& r = node(e.kids[1]);
   if (l.kind == Expr::Field && r.kind == Expr::Value)
     return narrowComparison(set, e.op, l.path, r.value, out);
-  if (l.kind == Expr::Value && r.kind == Expr::Field && flipped(e.op))
+  // With wildcards on, a text given before the field is matched against the
+  // field's text as a pattern, which no key lookup can answer.
+  bool fieldIsPattern = e.op == FLM_EQ_OP && spec_.wildcards && l.value.kind == Operand::Text;
+  if (l.kind == Expr::Value && r.kind == Expr::Field && flipped(e.op) && !fieldIsPattern)
     return narrowComparison(set, flipped(e.op), r.path, l.value, out);
   return false;
 }
@@ -193,6 +230,7 @@ bool QueryRun::narrowComparison(int set, uint16_t op, const FieldPath& path, con
   if (isRecId(path)) {
     if (op != FLM_EQ_OP || !literalNumber(v, &number)) return false;
     out->rank = kRecords;
+    out->exact = true;
     if (number > 0 && number < 0xFFFFFFFF) out->drns.push_back(static_cast<uint32_t>(number));
     return true;
   }
@@ -207,6 +245,7 @@ bool QueryRun::narrowComparison(int set, uint16_t op, const FieldPath& path, con
   uint32_t store = source(set).store;
   if (op == FLM_EQ_OP) {
     out->rank = kEqual;
+    out->exact = true;
     out->probes.push_back(probeEqual(ix, store, comp, KeyColumn::Exact, p));
     return true;
   }
@@ -232,10 +271,13 @@ bool QueryRun::narrowText(int set, uint16_t op, uint16_t ix, uint16_t comp,
                           const std::u16string& v, Narrowing* out) const {
   bool cs = spec_.caseSensitive;
   uint32_t store = source(set).store;
+  // An empty text has no key, so no probe can find what the empty text meets.
+  if (emptyTextMeets(source(set).db->collation(), op, v, cs, spec_.wildcards)) return false;
   size_t star = v.find(u'*');
   bool wild = op == FLM_MATCH_OP || (op == FLM_EQ_OP && spec_.wildcards);
   if ((op == FLM_EQ_OP || op == FLM_MATCH_OP) && !(wild && star != std::u16string::npos)) {
     out->rank = kEqual;
+    out->exact = true;
     out->probes.push_back(probeEqual(ix, store, comp, cs ? KeyColumn::Exact : KeyColumn::Folded,
                                      textParam(cs ? v : Collation::fold(v))));
     return true;
@@ -289,7 +331,12 @@ int QueryRun::joinTerm(int set, uint16_t bound) const {
   return -1;
 }
 
-RCODE QueryRun::joinCandidates(int set, int term, std::vector<uint32_t>* drns) const {
+// `*narrowed` is false when some value of the bound side cannot be looked up,
+// and the set's candidates must then be found without the join.
+RCODE QueryRun::joinCandidates(int set, int term, std::vector<uint32_t>* drns, bool* narrowed,
+                               bool* exact) const {
+  *narrowed = true;
+  *exact = true;
   const Expr& e = node(terms_[term]);
   int mine = node(e.kids[0]).set == set ? e.kids[0] : e.kids[1];
   int other = mine == e.kids[0] ? e.kids[1] : e.kids[0];
@@ -298,13 +345,26 @@ RCODE QueryRun::joinCandidates(int set, int term, std::vector<uint32_t>* drns) c
   const FieldPath& path = node(mine).path;
   if (isRecId(path)) {
     int64_t n;
-    for (const Operand& v : values)
+    for (const Operand& v : values) {
+      // A real may equal a record number without reading as one.
+      if (v.kind == Operand::Real) {
+        *narrowed = false;
+        return FERR_OK;
+      }
       if (literalNumber(v, &n) && n > 0 && n < 0xFFFFFFFF) drns->push_back(static_cast<uint32_t>(n));
-    return FERR_OK;
+    }
+    return existing(set, drns);
   }
   for (const Operand& v : values) {
     Narrowing n;
-    if (!narrowComparison(set, FLM_EQ_OP, path, v, &n)) continue;
+    // As with a literal, a text on the left is matched against this set's
+    // text as a pattern when wildcards are on.
+    bool patternIsMine = spec_.wildcards && mine == e.kids[1] && v.kind == Operand::Text;
+    if (patternIsMine || !narrowComparison(set, FLM_EQ_OP, path, v, &n)) {
+      *narrowed = false;
+      return FERR_OK;
+    }
+    *exact = *exact && n.exact;
     for (const KeyProbe& p : n.probes) {
       RCODE rc = runProbe(source(set).db, p, drns);
       if (rc) return rc;
@@ -313,18 +373,61 @@ RCODE QueryRun::joinCandidates(int set, int term, std::vector<uint32_t>* drns) c
   return FERR_OK;
 }
 
-RCODE QueryRun::candidates(int set, uint16_t bound, std::vector<uint32_t>* drns) {
+// Keeps the numbers that name records of the set, so that what the key table
+// did not find is known to exist without reading it.
+RCODE QueryRun::existing(int set, std::vector<uint32_t>* drns) const {
+  if (drns->empty()) return FERR_OK;
+  const Source& src = source(set);
+  int64_t base = Database::recordId(src.store, src.container, 0);
+  std::vector<uint32_t> found;
+  if (drns->size() < 4) {
+    KeyProbe p{"SELECT id - ?2 FROM flm_record INDEXED BY flm_record_ids WHERE id = ?1",
+               {{SqlParam::Integer, 0, {}}, {SqlParam::Integer, base, {}}}};
+    for (uint32_t drn : *drns) {
+      p.params[0].integer = base + drn;
+      RCODE rc = runProbe(src.db, p, &found);
+      if (rc) return rc;
+    }
+  } else {
+    // In order, so that each lookup starts near where the last one ended.
+    std::sort(drns->begin(), drns->end());
+    std::string list = "[";
+    for (uint32_t drn : *drns) list += std::to_string(drn) + ",";
+    list.back() = ']';
+    KeyProbe p{"SELECT r.id - ?2 FROM json_each(?1) AS j, flm_record AS r INDEXED BY "
+               "flm_record_ids WHERE r.id = j.value + ?2",
+               {{SqlParam::Text, 0, std::move(list)}, {SqlParam::Integer, base, {}}}};
+    RCODE rc = runProbe(src.db, p, &found);
+    if (rc) return rc;
+  }
+  *drns = std::move(found);
+  return FERR_OK;
+}
+
+// `*decided` names the conjunct that every candidate meets (-1 for none);
+// candidates are then known to be records.
+RCODE QueryRun::candidates(int set, uint16_t bound, std::vector<uint32_t>* drns, int* decided) {
   drns->clear();
+  *decided = -1;
   RCODE rc = FERR_OK;
   int term = bound ? joinTerm(set, bound) : -1;
   const Narrowing& n = narrowings_[set];
-  if (term >= 0) {
-    rc = joinCandidates(set, term, drns);
-  } else if (n.rank == kScan) {
-    rc = containerRecords(source(set).db, source(set).store, source(set).container, drns);
-  } else {
-    *drns = n.drns;
-    for (size_t i = 0; i < n.probes.size() && !rc; ++i) rc = runProbe(source(set).db, n.probes[i], drns);
+  bool joined = false, exact = false;
+  if (term >= 0) rc = joinCandidates(set, term, drns, &joined, &exact);
+  if (!rc && joined && exact) *decided = term;
+  if (!rc && !joined) {
+    if (n.rank == kScan) {
+      drns->clear();
+      rc = containerRecords(source(set).db, source(set).store, source(set).container, drns);
+    } else {
+      *drns = n.drns;
+      if (n.exact) {
+        rc = existing(set, drns);
+        *decided = n.term;
+      }
+      for (size_t i = 0; i < n.probes.size() && !rc; ++i)
+        rc = runProbe(source(set).db, n.probes[i], drns);
+    }
   }
   std::sort(drns->begin(), drns->end());
   drns->erase(std::unique(drns->begin(), drns->end()), drns->end());
@@ -367,9 +470,18 @@ RCODE QueryRun::bindFrom(size_t depth, uint16_t bound) {
   if (depth == order_.size()) return keep(bindings_[spec_.resultSet]);
   int set = order_[depth];
   std::vector<uint32_t> drns;
-  RCODE rc = candidates(set, bound, &drns);
+  int decided = -1;
+  RCODE rc = candidates(set, bound, &drns, &decided);
   uint16_t now = static_cast<uint16_t>(bound | (1u << set));
-  for (size_t i = 0; i < drns.size() && !rc; ++i) {
+  // A record that no other term reads, nor the order, need not be read at all.
+  bool read = decided < 0 || (set == spec_.resultSet && orderApplies());
+  for (size_t i = 0; i < terms_.size() && !read; ++i)
+    read = (masks_[i] & (1u << set)) && static_cast<int>(i) != decided;
+  for (size_t i = 0; i < drns.size() && !rc && !read; ++i) {
+    bindings_[set] = {nullptr, drns[i]};
+    rc = bindFrom(depth + 1, now);
+  }
+  for (size_t i = 0; i < drns.size() && !rc && read; ++i) {
     poolReset(&pools_[set], nullptr);
     Node* root = nullptr;
     const Source& src = source(set);
@@ -400,8 +512,14 @@ RCODE QueryRun::keep(const Binding& result) {
     forEachOnPath(result.root, ix->components[spec_.orderComponent - 1], [&](const Node* f) {
       KeyValue v;
       if (!makeKeyValue(f, resultDb()->collation(), &v)) return;
-      OrderKey k{v.kind == KeyValue::Text, v.integer,
-                 v.kind == KeyValue::Text ? v.sortKey : v.exact};
+      OrderKey k;
+      k.rank = v.kind == KeyValue::Text    ? OrderKey::Text
+               : v.kind == KeyValue::Bytes ? OrderKey::Bytes
+                                           : OrderKey::Number;
+      k.real = v.kind == KeyValue::Real;
+      k.integer = v.integer;
+      k.value = v.real;
+      k.bytes = v.kind == KeyValue::Text ? v.sortKey : v.exact;
       if (!any || k < m.key) m.key = k;
       any = true;
     });
