@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <corvid5/FlmContext.h>
+#include <corvid5/FlmCursor.h>
 #include <corvid5/FlmPool.h>
 #include <corvid5/FlmRecord.h>
 #include <corvid5/Platform.h>
@@ -12,11 +13,9 @@
 #include <string>
 #include <vector>
 
-#include "flm/Cursor.h"
 #include "flm/Database.h"
 #include "flm/Session.h"
 #include "flm/Value.h"
-#include "storage/CursorAccess.h"
 #include "support/TestFiles.h"
 
 namespace {
@@ -725,30 +724,7 @@ TEST_F(RecordStore, NameTableComesFromTheDatabaseAndOutlivesIt) {
 }
 
 // ---------------------------------------------------------------------------
-// Cursor reads, through the access FlmCursor installs
-
-namespace {
-
-// Stands where an FlmCursor would: the record only ever reaches it through
-// the installed access, which casts it back.
-struct CursorStandIn {
-  FlmContext context;
-  flm::Cursor* engine;
-  FlmCursor& cursor() { return reinterpret_cast<FlmCursor&>(*this); }
-};
-
-const storage::CursorAccess kStandInAccess = {
-    [](FlmCursor& c) -> void* { return reinterpret_cast<CursorStandIn&>(c).engine; },
-    [](FlmCursor& c) -> const FlmContext& { return reinterpret_cast<CursorStandIn&>(c).context; }};
-
-struct AccessInstalled {
-  explicit AccessInstalled(const storage::CursorAccess* access)
-      : previous(storage::installCursorAccess(access)) {}
-  ~AccessInstalled() { storage::installCursorAccess(previous); }
-  const storage::CursorAccess* previous;
-};
-
-}  // namespace
+// Cursor reads
 
 TEST_F(RecordStore, CursorReadsBindToTheCursorsContext) {
   for (const char* word : {"one", "two", "three"}) {
@@ -756,10 +732,7 @@ TEST_F(RecordStore, CursorReadsBindToTheCursorsContext) {
     fill(r, word, 1);
     ASSERT_EQ(r.Add(db, 0, kPeople, 0), 1);
   }
-  CursorStandIn standIn{FlmContext(db, kPeople, 0), nullptr};
-  ASSERT_EQ(flm::Cursor::init(db, 0, kPeople, &standIn.engine), flm::FERR_OK);
-  AccessInstalled installed(&kStandInAccess);
-  FlmCursor& cursor = standIn.cursor();
+  FlmCursor cursor(db, kPeople, 0);
 
   FlmRecord r(kRoot, 256);
   ASSERT_EQ(r.CursorFirst(cursor), 0u);
@@ -778,8 +751,19 @@ TEST_F(RecordStore, CursorReadsBindToTheCursorsContext) {
   ASSERT_EQ(r.CursorPrev(cursor), 0u);
   EXPECT_EQ(r.GetID(), 3u);
 
-  flm::Cursor::free(&standIn.engine);
+  // Bound to the cursor's context, not to where the engine found the record:
+  // a cursor joining another container still names its own place.
+  FlmCursor joining(FlmContext(db, kOthers, 4));
+  joining.AddContextToSet(joining.OpenContextSet(), db, 0, kPeople);
+  ASSERT_EQ(r.CursorLast(joining), 0u);
+  EXPECT_EQ(shape(r), "0:1 1:10=three 1:20");
+  EXPECT_EQ(r.GetContainer(), kOthers);
+  EXPECT_EQ(r.GetStore(), 4u);
+  EXPECT_EQ(r.GetID(), 3u);
+
+  ASSERT_EQ(flm::Session::closeDatabase(&db), flm::FERR_OK);
+  EXPECT_EQ(r.CursorFirst(cursor), uint32_t{flm::FERR_BAD_HDL}) << "database closed";
+  cursor.Free();
   EXPECT_EQ(r.CursorFirst(cursor), uint32_t{flm::FERR_BAD_HDL}) << "no engine cursor";
-  AccessInstalled none(nullptr);
-  EXPECT_EQ(r.CursorFirst(cursor), uint32_t{flm::FERR_BAD_HDL}) << "no access installed";
+  EXPECT_EQ(shape(r), "<empty>");
 }

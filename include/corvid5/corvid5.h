@@ -15,5 +15,6 @@
 #include <corvid5/FlmPool.h>
 #include <corvid5/FlmContext.h>
 #include <corvid5/FlmRecord.h>
+#include <corvid5/FlmCursor.h>
 
 #endif

@@ -1,4 +1,5 @@
 #include <corvid5/FlmRecord.h>
+#include <corvid5/FlmCursor.h>
 #include <corvid5/Platform.h>
 
 #include <climits>
@@ -13,7 +14,6 @@
 #include "flm/Node.h"
 #include "flm/Pool.h"
 #include "flm/Value.h"
-#include "storage/CursorAccess.h"
 #include "storage/RecordFormat.h"
 
 using flm::RCODE;
@@ -28,8 +28,6 @@ constexpr short kLastPosition = flm::GED_LAST;
 constexpr UINT kCodePage = CP_ACP;
 constexpr DWORD kCompositeCheck = 0x200;
 constexpr DWORD kPrecomposed = 0x1;
-
-const storage::CursorAccess* g_cursorAccess = nullptr;
 
 // The value as Unicode in a heap buffer the caller frees, with room for a
 // terminator. The buffer is sized as the engine's text reads always were:
@@ -85,18 +83,6 @@ unsigned deepestLevel(const node* tree) {
 }
 
 }  // namespace
-
-namespace storage {
-
-const CursorAccess* installCursorAccess(const CursorAccess* access) {
-  const CursorAccess* previous = g_cursorAccess;
-  g_cursorAccess = access;
-  return previous;
-}
-
-const CursorAccess* installedCursorAccess() { return g_cursorAccess; }
-
-}  // namespace storage
 
 // The record keeps its own copy of the dictionary's names, so that the table
 // stays good when the database is closed before the record is done with it.
@@ -699,12 +685,13 @@ enum CursorMove { kMoveFirst, kMoveNext, kMovePrev, kMoveLast, kStay };
 }
 
 // The read record is bound to the cursor's own context with record number 0,
-// so the root keeps the number the engine read it under.
+// so the root keeps the number the engine read it under. A cursor whose
+// database was closed is refused before the engine reads the freed one.
 uint32_t FlmRecord::CursorRead(FlmCursor& cursor, int move) {
   Clear();
-  const storage::CursorAccess* access = g_cursorAccess;
-  auto* engine = static_cast<flm::Cursor*>(access ? access->engineCursor(cursor) : nullptr);
-  if (!engine) return flm::FERR_BAD_HDL;
+  auto* engine = static_cast<flm::Cursor*>(cursor.GetCursor());
+  void* database = cursor.GetDatabase();
+  if (!engine || (database && !flm::Database::fromHandle(database))) return flm::FERR_BAD_HDL;
   RCODE rc = flm::FERR_OK;
   switch (move) {
     case kMoveFirst:
@@ -726,7 +713,7 @@ uint32_t FlmRecord::CursorRead(FlmCursor& cursor, int move) {
   if (!rc) rc = engine->read(m_Pool, &root);
   if (rc) return rc;
   m_pRoot = m_pCurrent = root;
-  SetSource(access->context(cursor), 0);
+  SetSource(cursor, 0);
   return m_Error;
 }
 
