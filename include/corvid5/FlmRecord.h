@@ -192,6 +192,7 @@ class CORVID5_API FlmRecord {
   struct NameTableCopy;
 
   node* StartField(eFindStart start) const;
+  int Goto(node* (*relation)(const node*));
   int Graft(node* field, short position, eFindStart start, eGraftMode mode);
   uint32_t CursorRead(FlmCursor& cursor, int move);
 

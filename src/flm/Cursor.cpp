@@ -190,21 +190,21 @@ RCODE Cursor::execute() {
   if (rc) return rc;
   const Source& result = resultSource();
   if (!result.db) return FERR_BAD_HDL;
-  QuerySpec spec;
-  spec.sets[0] = own_.db ? &own_ : nullptr;
-  for (int s = 1; s < kMaxSets; ++s) spec.sets[s] = sets_[s] ? &*sets_[s] : nullptr;
+  QueryRequest query;
+  query.sets[0] = own_.db ? &own_ : nullptr;
+  for (int s = 1; s < kMaxSets; ++s) query.sets[s] = sets_[s] ? &*sets_[s] : nullptr;
   for (int s = kMaxSets - 1; s >= 0; --s)
-    if (spec.sets[s] == &result) {
-      spec.resultSet = s;
+    if (query.sets[s] == &result) {
+      query.resultSet = s;
       break;
     }
-  spec.criteria = &parsed_;
-  spec.caseSensitive = !(mode_ & FLM_NOCASE);
-  spec.wildcards = (mode_ & FLM_WILD) != 0;
-  spec.orderIndex = index_ ? index_ : masterIndex_;
+  query.criteria = &parsed_;
+  query.caseSensitive = !(mode_ & FLM_NOCASE);
+  query.wildcards = (mode_ & FLM_WILD) != 0;
+  query.orderIndex = index_ ? index_ : masterIndex_;
   uint16_t component = index_ ? indexComponent_ : masterComponent_;
-  spec.orderComponent = component ? component : 1;
-  rc = runQuery(spec, &results_);
+  query.orderComponent = component ? component : 1;
+  rc = runQuery(query, &results_);
   executed_ = rc == FERR_OK;
   return rc;
 }

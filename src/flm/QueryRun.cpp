@@ -94,9 +94,9 @@ bool emptyTextMeets(const Collation& c, uint16_t op, const std::u16string& v, bo
 
 class QueryRun {
  public:
-  explicit QueryRun(const QuerySpec& spec)
-      : spec_(spec), criteria_(*spec.criteria),
-        evaluator_(criteria_, resultDb()->collation(), spec.caseSensitive, spec.wildcards) {
+  explicit QueryRun(const QueryRequest& query)
+      : request_(query), criteria_(*query.criteria),
+        evaluator_(criteria_, resultDb()->collation(), query.caseSensitive, query.wildcards) {
     for (auto& pool : pools_) poolInit(&pool, 512);
   }
   ~QueryRun() {
@@ -108,8 +108,8 @@ class QueryRun {
   RCODE run(std::vector<uint32_t>* out);
 
  private:
-  Database* resultDb() const { return spec_.sets[spec_.resultSet]->db; }
-  const Source& source(int set) const { return *spec_.sets[set]; }
+  Database* resultDb() const { return request_.sets[request_.resultSet]->db; }
+  const Source& source(int set) const { return *request_.sets[set]; }
   const Expr& node(int n) const { return criteria_.nodes[n]; }
 
   void splitConjuncts();
@@ -135,7 +135,7 @@ class QueryRun {
   bool orderApplies() const;
   RCODE unconditional(std::vector<uint32_t>* out);
 
-  const QuerySpec& spec_;
+  const QueryRequest& request_;
   const ParsedCriteria& criteria_;
   Evaluator evaluator_;
   std::vector<int> terms_;
@@ -218,7 +218,7 @@ bool QueryRun::narrowTerm(int set, int n, Narrowing* out) const {
     return narrowComparison(set, e.op, l.path, r.value, out);
   // With wildcards on, a text given before the field is matched against the
   // field's text as a pattern, which no key lookup can answer.
-  bool fieldIsPattern = e.op == FLM_EQ_OP && spec_.wildcards && l.value.kind == Operand::Text;
+  bool fieldIsPattern = e.op == FLM_EQ_OP && request_.wildcards && l.value.kind == Operand::Text;
   if (l.kind == Expr::Value && r.kind == Expr::Field && flipped(e.op) && !fieldIsPattern)
     return narrowComparison(set, flipped(e.op), r.path, l.value, out);
   return false;
@@ -260,7 +260,7 @@ bool QueryRun::narrowComparison(int set, uint16_t op, const FieldPath& path, con
 
 KeyProbe QueryRun::prefixProbe(int set, uint16_t ix, uint16_t comp,
                                const std::u16string& prefix) const {
-  bool cs = spec_.caseSensitive;
+  bool cs = request_.caseSensitive;
   SqlParam low = textParam(cs ? prefix : Collation::fold(prefix));
   SqlParam high{SqlParam::Text, 0, prefixSuccessor(low.bytes)};
   return probeRange(ix, source(set).store, comp, cs ? KeyColumn::Exact : KeyColumn::Folded, &low,
@@ -269,12 +269,12 @@ KeyProbe QueryRun::prefixProbe(int set, uint16_t ix, uint16_t comp,
 
 bool QueryRun::narrowText(int set, uint16_t op, uint16_t ix, uint16_t comp,
                           const std::u16string& v, Narrowing* out) const {
-  bool cs = spec_.caseSensitive;
+  bool cs = request_.caseSensitive;
   uint32_t store = source(set).store;
   // An empty text has no key, so no probe can find what the empty text meets.
-  if (emptyTextMeets(source(set).db->collation(), op, v, cs, spec_.wildcards)) return false;
+  if (emptyTextMeets(source(set).db->collation(), op, v, cs, request_.wildcards)) return false;
   size_t star = v.find(u'*');
-  bool wild = op == FLM_MATCH_OP || (op == FLM_EQ_OP && spec_.wildcards);
+  bool wild = op == FLM_MATCH_OP || (op == FLM_EQ_OP && request_.wildcards);
   if ((op == FLM_EQ_OP || op == FLM_MATCH_OP) && !(wild && star != std::u16string::npos)) {
     out->rank = kEqual;
     out->exact = true;
@@ -359,7 +359,7 @@ RCODE QueryRun::joinCandidates(int set, int term, std::vector<uint32_t>* drns, b
     Narrowing n;
     // As with a literal, a text on the left is matched against this set's
     // text as a pattern when wildcards are on.
-    bool patternIsMine = spec_.wildcards && mine == e.kids[1] && v.kind == Operand::Text;
+    bool patternIsMine = request_.wildcards && mine == e.kids[1] && v.kind == Operand::Text;
     if (patternIsMine || !narrowComparison(set, FLM_EQ_OP, path, v, &n)) {
       *narrowed = false;
       return FERR_OK;
@@ -438,10 +438,10 @@ RCODE QueryRun::candidates(int set, uint16_t bound, std::vector<uint32_t>* drns,
 // each is found through the records already bound.
 void QueryRun::chooseOrder() {
   std::vector<int> left;
-  uint16_t involved = static_cast<uint16_t>(1u << spec_.resultSet);
+  uint16_t involved = static_cast<uint16_t>(1u << request_.resultSet);
   for (uint16_t m : masks_) involved |= m;
   for (int s = 0; s < kMaxSets; ++s)
-    if ((involved & (1u << s)) && spec_.sets[s]) left.push_back(s);
+    if ((involved & (1u << s)) && request_.sets[s]) left.push_back(s);
   uint16_t bound = 0;
   while (!left.empty()) {
     auto next = left.begin();
@@ -467,14 +467,14 @@ bool QueryRun::termsHold(int set, uint16_t bound) const {
 }
 
 RCODE QueryRun::bindFrom(size_t depth, uint16_t bound) {
-  if (depth == order_.size()) return keep(bindings_[spec_.resultSet]);
+  if (depth == order_.size()) return keep(bindings_[request_.resultSet]);
   int set = order_[depth];
   std::vector<uint32_t> drns;
   int decided = -1;
   RCODE rc = candidates(set, bound, &drns, &decided);
   uint16_t now = static_cast<uint16_t>(bound | (1u << set));
   // A record that no other term reads, nor the order, need not be read at all.
-  bool read = decided < 0 || (set == spec_.resultSet && orderApplies());
+  bool read = decided < 0 || (set == request_.resultSet && orderApplies());
   for (size_t i = 0; i < terms_.size() && !read; ++i)
     read = (masks_[i] & (1u << set)) && static_cast<int>(i) != decided;
   for (size_t i = 0; i < drns.size() && !rc && !read; ++i) {
@@ -498,18 +498,18 @@ RCODE QueryRun::bindFrom(size_t depth, uint16_t bound) {
 }
 
 bool QueryRun::orderApplies() const {
-  const IndexDef* ix = resultDb()->dictionary().index(spec_.orderIndex);
-  return ix && ix->container == source(spec_.resultSet).container &&
-         spec_.orderComponent >= 1 && spec_.orderComponent <= ix->components.size();
+  const IndexDef* ix = resultDb()->dictionary().index(request_.orderIndex);
+  return ix && ix->container == source(request_.resultSet).container &&
+         request_.orderComponent >= 1 && request_.orderComponent <= ix->components.size();
 }
 
 RCODE QueryRun::keep(const Binding& result) {
   if (!seen_.insert(result.drn).second) return FERR_OK;
   Match m{{}, result.drn};
   if (orderApplies()) {
-    const IndexDef* ix = resultDb()->dictionary().index(spec_.orderIndex);
+    const IndexDef* ix = resultDb()->dictionary().index(request_.orderIndex);
     bool any = false;
-    forEachOnPath(result.root, ix->components[spec_.orderComponent - 1], [&](const Node* f) {
+    forEachOnPath(result.root, ix->components[request_.orderComponent - 1], [&](const Node* f) {
       KeyValue v;
       if (!makeKeyValue(f, resultDb()->collation(), &v)) return;
       OrderKey k;
@@ -531,12 +531,12 @@ RCODE QueryRun::keep(const Binding& result) {
 }
 
 RCODE QueryRun::unconditional(std::vector<uint32_t>* out) {
-  const Source& src = source(spec_.resultSet);
+  const Source& src = source(request_.resultSet);
   if (!orderApplies()) return containerRecords(src.db, src.store, src.container, out);
-  const IndexDef* ix = src.db->dictionary().index(spec_.orderIndex);
-  const FieldPath& path = ix->components[spec_.orderComponent - 1];
+  const IndexDef* ix = src.db->dictionary().index(request_.orderIndex);
+  const FieldPath& path = ix->components[request_.orderComponent - 1];
   const FieldDef* def = src.db->dictionary().field(path.back());
-  return indexRecords(src.db, ix->number, src.store, spec_.orderComponent,
+  return indexRecords(src.db, ix->number, src.store, request_.orderComponent,
                       !def || def->type == FLM_TEXT_TYPE, out);
 }
 
@@ -544,13 +544,13 @@ RCODE QueryRun::run(std::vector<uint32_t>* out) {
   out->clear();
   splitConjuncts();
   bool joined = false;
-  for (uint16_t m : masks_) joined |= (m & ~(1u << spec_.resultSet)) != 0;
+  for (uint16_t m : masks_) joined |= (m & ~(1u << request_.resultSet)) != 0;
   if (terms_.empty() && !joined) return unconditional(out);
   for (size_t i = 0; i < terms_.size(); ++i)
     if (masks_[i] == 0 && evaluator_.truth(terms_[i], bindings_.data()) != Truth::True)
       return FERR_OK;
   for (int s = 0; s < kMaxSets; ++s)
-    if (spec_.sets[s]) narrowings_[s] = narrow(s);
+    if (request_.sets[s]) narrowings_[s] = narrow(s);
   chooseOrder();
   RCODE rc = bindFrom(0, 0);
   if (rc) return rc;
@@ -567,8 +567,8 @@ RCODE QueryRun::run(std::vector<uint32_t>* out) {
 
 }  // namespace
 
-RCODE runQuery(const QuerySpec& spec, std::vector<uint32_t>* drns) {
-  return QueryRun(spec).run(drns);
+RCODE runQuery(const QueryRequest& query, std::vector<uint32_t>* drns) {
+  return QueryRun(query).run(drns);
 }
 
 }  // namespace flm

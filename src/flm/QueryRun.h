@@ -23,7 +23,7 @@ struct Source {
   uint16_t container = FLM_DATA_CONTAINER;
 };
 
-struct QuerySpec {
+struct QueryRequest {
   std::array<const Source*, kMaxSets> sets{};  // null where there is no source
   int resultSet = 0;
   const ParsedCriteria* criteria = nullptr;    // fields name resolved sets
@@ -33,7 +33,7 @@ struct QuerySpec {
   uint16_t orderComponent = 1;
 };
 
-RCODE runQuery(const QuerySpec& spec, std::vector<uint32_t>* drns);
+RCODE runQuery(const QueryRequest& query, std::vector<uint32_t>* drns);
 
 }  // namespace flm
 

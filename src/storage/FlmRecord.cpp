@@ -231,33 +231,19 @@ void FlmRecord::SetSource(const FlmContext& context, uint32_t recordNumber) {
 
 void FlmRecord::GotoRoot() { m_pCurrent = m_pRoot; }
 
-int FlmRecord::GotoParent() {
-  node* n = m_pCurrent ? flm::nodeParent(m_pCurrent) : nullptr;
+// Moves the current field along one of the tree's relations; stays put when
+// there is nothing that way.
+int FlmRecord::Goto(node* (*relation)(const node*)) {
+  node* n = m_pCurrent ? relation(m_pCurrent) : nullptr;
   if (!n) return 0;
   m_pCurrent = n;
   return 1;
 }
 
-int FlmRecord::GotoChild() {
-  node* n = m_pCurrent ? flm::nodeChild(m_pCurrent) : nullptr;
-  if (!n) return 0;
-  m_pCurrent = n;
-  return 1;
-}
-
-int FlmRecord::GotoNext() {
-  node* n = m_pCurrent ? flm::nodeNextSibling(m_pCurrent) : nullptr;
-  if (!n) return 0;
-  m_pCurrent = n;
-  return 1;
-}
-
-int FlmRecord::GotoPrevious() {
-  node* n = m_pCurrent ? flm::nodePrevSibling(m_pCurrent) : nullptr;
-  if (!n) return 0;
-  m_pCurrent = n;
-  return 1;
-}
+int FlmRecord::GotoParent() { return Goto(flm::nodeParent); }
+int FlmRecord::GotoChild() { return Goto(flm::nodeChild); }
+int FlmRecord::GotoNext() { return Goto(flm::nodeNextSibling); }
+int FlmRecord::GotoPrevious() { return Goto(flm::nodePrevSibling); }
 
 int FlmRecord::GotoFirst() {
   while (GotoPrevious()) {
