@@ -125,9 +125,15 @@ RCODE Database::open(Session& session, const char* path, uint32_t flags,
   return FERR_OK;
 }
 
+// A database no one else can write to may keep records it has read: its own
+// writes are the only ones that can make them stale.
+bool Database::cachesRecords() const { return flags_ & (FO_READ_ONLY | FO_EXCLUSIVE); }
+
 void Database::setCacheLimit(uint32_t kilobytes) {
-  std::string pragma = "PRAGMA cache_size = -" + std::to_string(kilobytes ? kilobytes : 1);
+  uint32_t pages = cachesRecords() ? kilobytes / 2 : kilobytes;
+  std::string pragma = "PRAGMA cache_size = -" + std::to_string(pages ? pages : 1);
   execute(db_, pragma.c_str());
+  records_.setLimit(cachesRecords() ? size_t{kilobytes - pages} * 1024 : 0);
 }
 
 RCODE Database::checkTarget(uint32_t store, uint16_t container) const {
@@ -135,19 +141,51 @@ RCODE Database::checkTarget(uint32_t store, uint16_t container) const {
   return dictionary_.hasContainer(container) ? FERR_OK : FERR_BAD_CONTAINER;
 }
 
+RCODE Database::checkRecord(uint32_t store, uint16_t container, uint32_t drn) const {
+  RCODE rc = checkTarget(store, container);
+  if (!rc && (drn == 0 || drn == kNullDrn)) rc = FERR_BAD_DRN;
+  return rc;
+}
+
 RCODE Database::retrieve(uint32_t store, uint16_t container, uint32_t drn, PoolMemoryManager* pool,
                          Node** root) {
   *root = nullptr;
-  std::string blob;
-  RCODE rc = storedRecord(store, container, drn, &blob);
+  RCODE rc = checkRecord(store, container, drn);
   if (rc) return rc;
-  return decodeRecord(blob.data(), blob.size(), pool, this, store, container, drn, root);
+  int64_t id = recordId(store, container, drn);
+  if (const std::string* hit = records_.find(id))
+    return decodeRecord(hit->data(), hit->size(), pool, this, store, container, drn, root);
+  std::string blob;
+  bool found = false;
+  rc = readBlob(id, &blob, &found);
+  if (!rc && !found) rc = FERR_NOT_FOUND;
+  if (!rc) rc = decodeRecord(blob.data(), blob.size(), pool, this, store, container, drn, root);
+  if (!rc && cachesRecords()) records_.put(id, std::move(blob));
+  return rc;
+}
+
+RCODE Database::exists(uint32_t store, uint16_t container, uint32_t drn, bool* found) {
+  *found = false;
+  RCODE rc = checkRecord(store, container, drn);
+  if (rc) return rc == FERR_BAD_DRN ? FERR_OK : rc;
+  int64_t id = recordId(store, container, drn);
+  if (records_.find(id)) {
+    *found = true;
+    return FERR_OK;
+  }
+  sqlite3_stmt* stmt;
+  rc = statements_.get("SELECT 1 FROM flm_record INDEXED BY flm_record_ids WHERE id = ?1", &stmt);
+  if (rc) return rc;
+  StatementUse use(stmt);
+  sqlite3_bind_int64(stmt, 1, id);
+  int src = sqlite3_step(stmt);
+  *found = src == SQLITE_ROW;
+  return src == SQLITE_ROW || src == SQLITE_DONE ? FERR_OK : fromSqlite(src);
 }
 
 RCODE Database::storedRecord(uint32_t store, uint16_t container, uint32_t drn, std::string* blob) {
-  RCODE rc = checkTarget(store, container);
+  RCODE rc = checkRecord(store, container, drn);
   if (rc) return rc;
-  if (drn == 0 || drn == kNullDrn) return FERR_BAD_DRN;
   bool found = false;
   rc = readBlob(recordId(store, container, drn), blob, &found);
   return rc ? rc : found ? FERR_OK : FERR_NOT_FOUND;
@@ -177,7 +215,10 @@ RCODE Database::atomically(Op op) {
     statements_.run("ROLLBACK TO flm_write");
     statements_.run("RELEASE flm_write");
   }
-  if (rc) nextDrns_.clear();
+  if (rc) {
+    nextDrns_.clear();
+    records_.clear();
+  }
   // Some failures (a full disk among them) make SQLite give up the whole
   // transaction; the caller's explicit one is then over too.
   if (transActive_ && sqlite3_get_autocommit(db_)) transActive_ = false;
@@ -296,6 +337,7 @@ RCODE Database::modify(uint32_t store, uint16_t container, uint32_t drn, const N
     std::string old;
     RCODE r = storedRecord(store, container, drn, &old);
     if (!r) r = writeKeysOfStored(store, container, drn, old);
+    records_.erase(recordId(store, container, drn));
     if (!r)
       r = writeRecord("UPDATE flm_record SET data = ?2 WHERE id = ?1",
                       recordId(store, container, drn), &blob);
@@ -309,6 +351,7 @@ RCODE Database::remove(uint32_t store, uint16_t container, uint32_t drn) {
     std::string old;
     RCODE r = storedRecord(store, container, drn, &old);
     if (!r) r = writeKeysOfStored(store, container, drn, old);
+    records_.erase(recordId(store, container, drn));
     if (!r)
       r = writeRecord("DELETE FROM flm_record WHERE id = ?1", recordId(store, container, drn),
                       nullptr);
@@ -356,6 +399,7 @@ RCODE Database::transAbort() {
   RCODE rc = sqlite3_get_autocommit(db_) ? FERR_OK : statements_.run("ROLLBACK");
   transActive_ = false;
   nextDrns_.clear();
+  records_.clear();
   return rc;
 }
 

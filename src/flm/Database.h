@@ -14,6 +14,7 @@
 #include "flm/Dictionary.h"
 #include "flm/FileGuard.h"
 #include "flm/Node.h"
+#include "flm/RecordCache.h"
 #include "flm/Sql.h"
 
 namespace flm {
@@ -50,6 +51,8 @@ class Database {
   RCODE modify(uint32_t store, uint16_t container, uint32_t drn, const Node* root);
   RCODE remove(uint32_t store, uint16_t container, uint32_t drn);
   RCODE recordCount(uint32_t store, uint16_t container, uint32_t* count);
+  // Whether a record is stored, without reading it.
+  RCODE exists(uint32_t store, uint16_t container, uint32_t drn, bool* found);
 
   // Without an explicit transaction every write commits by itself.
   RCODE transBegin();
@@ -61,7 +64,8 @@ class Database {
   sqlite3* sql() const { return db_; }
   RCODE statement(const std::string& sql, sqlite3_stmt** stmt) { return statements_.get(sql, stmt); }
 
-  // The share of the session's cache limit this database may use.
+  // The share of the session's cache limit this database may use: SQLite's
+  // pages, and, where no one else can write, half of it for records read.
   void setCacheLimit(uint32_t kilobytes);
 
   // The live database behind a handle; null for a handle that was closed.
@@ -81,6 +85,8 @@ class Database {
                     std::unique_ptr<Database>* out);
   RCODE connect(int sqliteFlags);
   RCODE checkTarget(uint32_t store, uint16_t container) const;
+  RCODE checkRecord(uint32_t store, uint16_t container, uint32_t drn) const;
+  bool cachesRecords() const;
   RCODE nextDrn(uint32_t store, uint16_t container, uint32_t* drn);
   void rememberNextDrn(int64_t container, uint32_t used, bool assigned);
   RCODE readBlob(int64_t id, std::string* blob, bool* found);
@@ -101,6 +107,7 @@ class Database {
   NameTable names_{dictionary_};
   Collation collation_;
   bool transActive_ = false;
+  RecordCache records_;
   // Next free numbers by container, known only while this connection holds
   // the write lock of an explicit transaction.
   std::unordered_map<int64_t, uint32_t> nextDrns_;

@@ -381,12 +381,11 @@ RCODE QueryRun::existing(int set, std::vector<uint32_t>* drns) const {
   int64_t base = Database::recordId(src.store, src.container, 0);
   std::vector<uint32_t> found;
   if (drns->size() < 4) {
-    KeyProbe p{"SELECT id - ?2 FROM flm_record INDEXED BY flm_record_ids WHERE id = ?1",
-               {{SqlParam::Integer, 0, {}}, {SqlParam::Integer, base, {}}}};
     for (uint32_t drn : *drns) {
-      p.params[0].integer = base + drn;
-      RCODE rc = runProbe(src.db, p, &found);
+      bool stored = false;
+      RCODE rc = src.db->exists(src.store, src.container, drn, &stored);
       if (rc) return rc;
+      if (stored) found.push_back(drn);
     }
   } else {
     // In order, so that each lookup starts near where the last one ended.
