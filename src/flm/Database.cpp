@@ -173,6 +173,14 @@ RCODE Database::exists(uint32_t store, uint16_t container, uint32_t drn, bool* f
     *found = true;
     return FERR_OK;
   }
+  // Where records are kept, a record asked about is usually read next: fetch
+  // it now and the read costs nothing.
+  if (cachesRecords()) {
+    std::string blob;
+    rc = readBlob(id, &blob, found);
+    if (!rc && *found) records_.put(id, std::move(blob));
+    return rc;
+  }
   sqlite3_stmt* stmt;
   rc = statements_.get("SELECT 1 FROM flm_record INDEXED BY flm_record_ids WHERE id = ?1", &stmt);
   if (rc) return rc;
