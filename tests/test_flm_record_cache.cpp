@@ -36,6 +36,19 @@ TEST(FlmRecordCache, EvictsLeastRecentlyUsedWithinItsBudget) {
   EXPECT_EQ(cache.bytes(), 0u);
 }
 
+TEST(FlmRecordCache, RewritingOneRecordKeepsTheCacheSmall) {
+  RecordCache cache;
+  cache.setLimit(1 << 20);
+  for (int round = 0; round < 10000; ++round) {
+    cache.erase(7);
+    cache.put(7, "record seven, version " + std::to_string(round));
+  }
+  EXPECT_EQ(*cache.find(7), "record seven, version 9999");
+  EXPECT_LT(cache.bytes(), 200u);
+  cache.setLimit(10);  // below one entry: everything goes
+  EXPECT_EQ(cache.find(7), nullptr);
+}
+
 class CachedDatabase : public ::testing::Test {
  protected:
   void SetUp() override {
