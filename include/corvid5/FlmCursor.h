@@ -17,7 +17,8 @@
 // Context sets join further (database, store, container) places into one
 // query. OpenContextSet only books a set number (1 to 8); AddContextToSet
 // tells the engine where that set reads. A field names the context set it
-// reads in the low four bits of AddField's `flags`: 1 to 8 for a set; 0 for
+// reads in the low four bits of AddField's `flags` (for a field path, its
+// last argument): 1 to 8 for a set; 0 for
 // the cursor's own source, or set 1 for a cursor made without a database. A
 // joining cursor returns the records of its highest context set. The
 // databases of every set must stay open as long as the cursor is used.
@@ -74,9 +75,10 @@ class CORVID5_API FlmCursor : public FlmContext {
 
   // Criteria, piece by piece. The short arguments are not used.
   int AddField(unsigned short tag, unsigned short flags, short unused);
-  // A path of `count` field numbers from the record's root down, with field
-  // flags 0.
-  int AddField(unsigned short* path, unsigned short count, short unused);
+  // A path of `count` field numbers from the record's root down; the third
+  // argument names the context set the path reads, as AddField's flags do
+  // (callers that do not join pass 0).
+  int AddField(unsigned short* path, unsigned short count, short set);
   int AddOp(unsigned short op);
   int AddValue(unsigned short value);
   int AddValue(short value);

@@ -216,9 +216,10 @@ int FlmCursor::AddField(unsigned short tag, unsigned short flags, short) {
   return m_Error.Success(rc);
 }
 
-int FlmCursor::AddField(unsigned short* path, unsigned short count, short) {
+int FlmCursor::AddField(unsigned short* path, unsigned short count, short set) {
   RCODE rc = flm::FERR_OK;
-  if (flm::Cursor* engine = engineOf(*this, &rc)) rc = engine->addField(path, count, 0);
+  if (flm::Cursor* engine = engineOf(*this, &rc))
+    rc = engine->addField(path, count, static_cast<uint16_t>(set));
   return m_Error.Success(rc);
 }
 
