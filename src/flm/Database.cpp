@@ -384,6 +384,26 @@ RCODE Database::recordCount(uint32_t store, uint16_t container, uint32_t* count)
   return FERR_OK;
 }
 
+// One probe per container rather than a pass over every record: each step
+// seeks the first record past the container before.
+RCODE Database::containersInUse(std::vector<std::pair<uint32_t, uint16_t>>* out) {
+  out->clear();
+  sqlite3_stmt* stmt;
+  RCODE rc = statements_.get(
+      "SELECT min(id) FROM flm_record INDEXED BY flm_record_ids WHERE id >= ?1", &stmt);
+  for (int64_t from = 0; !rc;) {
+    StatementUse use(stmt);
+    sqlite3_bind_int64(stmt, 1, from);
+    int src = sqlite3_step(stmt);
+    if (src != SQLITE_ROW) return fromSqlite(src);
+    if (sqlite3_column_type(stmt, 0) == SQLITE_NULL) break;
+    int64_t place = sqlite3_column_int64(stmt, 0) >> 32;  // store << 16 | container
+    out->emplace_back(static_cast<uint32_t>(place >> 16), static_cast<uint16_t>(place & 0xFFFF));
+    from = (place + 1) << 32;
+  }
+  return rc;
+}
+
 RCODE Database::transBegin() {
   if (transActive_) return FERR_TRANS_ACTIVE;
   // SQLite grants BEGIN IMMEDIATE on a read-only connection and only refuses

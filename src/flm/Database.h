@@ -9,6 +9,8 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <utility>
+#include <vector>
 
 #include "flm/Collation.h"
 #include "flm/Dictionary.h"
@@ -53,6 +55,9 @@ class Database {
   RCODE recordCount(uint32_t store, uint16_t container, uint32_t* count);
   // Whether a record is stored, without reading it.
   RCODE exists(uint32_t store, uint16_t container, uint32_t drn, bool* found);
+  // Every (store, container) that holds a record, in store and container
+  // order.
+  RCODE containersInUse(std::vector<std::pair<uint32_t, uint16_t>>* out);
 
   // Without an explicit transaction every write commits by itself.
   RCODE transBegin();

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -121,6 +123,19 @@ class BufferOutput : public Output {
   size_t zeroFrom_;
 };
 
+class StringOutput : public Output {
+ public:
+  explicit StringOutput(std::string* text) : text_(text) {}
+
+  RCODE write(const char* bytes, size_t length) override {
+    text_->append(bytes, length);
+    return flm::FERR_OK;
+  }
+
+ private:
+  std::string* text_;
+};
+
 class FileOutput : public Output {
  public:
   explicit FileOutput(int fd) : fd_(fd) {}
@@ -178,18 +193,50 @@ RCODE appendText(Line& line, const Node& field, uint32_t codePage) {
   return rc;
 }
 
+// A text that ends its line early, or that reads as the note of a value
+// the dump could not show, would not come back as itself.
+bool readsBack(const Line& line, size_t valueStart) {
+  const char* value = line.data() + valueStart;
+  size_t length = line.size() - valueStart;
+  if (std::memchr(value, '\n', length)) return false;
+  size_t note = std::strlen(kErrorNote);
+  return length < note || std::memcmp(value, kErrorNote, note) != 0;
+}
+
+// The fewest digits, from the dump's usual six, that read back as the same
+// real.
+int appendRealDigits(char* piece, double value) {
+  int n = 0;
+  for (int digits = 6; digits <= 17; ++digits) {
+    n = std::snprintf(piece, kPieceSize, " %.*g", digits, value);
+    double back = std::strtod(piece + 1, nullptr);
+    if (back == value || (std::isnan(back) && std::isnan(value))) break;
+  }
+  return n;
+}
+
 // Appends the value by its type; the code says why it could not be read.
-RCODE appendValue(Line& line, const Node& field, uint32_t codePage) {
+RCODE appendValue(Line& line, const Node& field, uint32_t codePage, DumpStyle style) {
+  const bool reload = style == DumpStyle::Reload;
   char piece[kPieceSize];
   RCODE rc = flm::FERR_OK;
   int n = 0;
   switch (flm::nodeType(&field)) {
-    case flm::FLM_TEXT_TYPE:
-      return appendText(line, field, codePage);
+    case flm::FLM_TEXT_TYPE: {
+      size_t start = line.size();
+      rc = appendText(line, field, codePage);
+      if (!rc && reload && !readsBack(line, start)) rc = flm::FERR_CANNOT_CONVERT;
+      return rc;
+    }
     case flm::FLM_NUMBER_TYPE: {
+      int64_t whole = 0;
       uint32_t value = 0;
-      if ((rc = flm::getUint32(&field, &value)) == flm::FERR_OK)
+      if (reload) {
+        if ((rc = flm::getNumber(&field, &whole)) == flm::FERR_OK)
+          n = std::snprintf(piece, sizeof piece, " %lld", static_cast<long long>(whole));
+      } else if ((rc = flm::getUint32(&field, &value)) == flm::FERR_OK) {
         n = wsprintfA(piece, " %lu", value);
+      }
       break;
     }
     case flm::FLM_BINARY_TYPE:
@@ -197,13 +244,14 @@ RCODE appendValue(Line& line, const Node& field, uint32_t codePage) {
       break;
     case flm::FLM_CONTEXT_TYPE: {
       uint32_t drn = 0;
-      if ((rc = flm::getRecPtr(&field, &drn)) == flm::FERR_OK && drn != kNullRecPtr)
+      if ((rc = flm::getRecPtr(&field, &drn)) == flm::FERR_OK && (reload || drn != kNullRecPtr))
         n = wsprintfA(piece, " @%lu@", drn);
       break;
     }
     case flm::FLM_REAL_TYPE: {
       double value = 0;
-      if ((rc = flm::getReal(&field, &value)) == flm::FERR_OK) n = wsprintfA(piece, " %g", value);
+      if ((rc = flm::getReal(&field, &value)) == flm::FERR_OK)
+        n = reload ? appendRealDigits(piece, value) : wsprintfA(piece, " %g", value);
       break;
     }
     case flm::FLM_DATE_TYPE: {
@@ -237,9 +285,10 @@ RCODE appendValue(Line& line, const Node& field, uint32_t codePage) {
 }
 
 // One field's line. A value that cannot be read puts its error on the line
-// and the dump goes on; only the output can end it.
+// and the dump goes on; only the output can end it, or, in a dump that is to
+// be read back, the value.
 RCODE writeField(Output& out, const Node& field, unsigned level, const flm::NameTable* names,
-                 uint32_t codePage) {
+                 uint32_t codePage, DumpStyle style) {
   Line line;
   char piece[kPieceSize];
   bool ok = line.appendSpaces(size_t{level} * 2) &&
@@ -254,24 +303,26 @@ RCODE writeField(Output& out, const Node& field, unsigned level, const flm::Name
     else
       ok = appendFormatted(line, piece, wsprintfA(piece, "TAG_%u", unsigned{field.tag}));
   }
-  RCODE valueError = ok ? appendValue(line, field, codePage) : flm::FERR_MEM;
+  RCODE valueError = ok ? appendValue(line, field, codePage, style) : flm::FERR_MEM;
+  if (valueError && style == DumpStyle::Reload) return valueError;
 
   RCODE rc = out.write(line.data(), line.size());
   if (rc) return rc;
   // The ending goes out on its own so that it always fits, whatever became
   // of the line before it; the output is the same as one piece.
-  int n = valueError ? wsprintfA(piece, "    # Error: %s\r\n", flm::errorName(valueError))
+  int n = valueError ? wsprintfA(piece, "%s%s\r\n", kErrorNote, flm::errorName(valueError))
                      : wsprintfA(piece, "\r\n");
   return out.write(piece, static_cast<size_t>(n));
 }
 
 RCODE formatInto(Output& out, uint32_t trees, const Node* first, const flm::NameTable* names,
-                 uint32_t codePage) {
+                 uint32_t codePage, DumpStyle style = DumpStyle::Inspect) {
   if (!first) return flm::FERR_NULL_RECORD;
   uint32_t done = 0;
   for (const Node* tree = first; tree; tree = flm::nodeNextSibling(tree)) {
     for (const Node* f = tree; f; f = flm::nodeWalkNext(flm::GED_TREE, tree, f)) {
-      RCODE rc = writeField(out, *f, static_cast<unsigned>(f->level - tree->level), names, codePage);
+      RCODE rc = writeField(out, *f, static_cast<unsigned>(f->level - tree->level), names,
+                            codePage, style);
       if (rc) return rc;
     }
     if (trees && ++done == trees) break;
@@ -293,6 +344,12 @@ RCODE formatTreesToFile(uint32_t trees, const Node* first, int fd, const flm::Na
                         uint32_t codePage) {
   FileOutput out(fd);
   return formatInto(out, trees, first, names, codePage);
+}
+
+RCODE formatTreesToString(uint32_t trees, const Node* first, std::string* text,
+                          const flm::NameTable* names, uint32_t codePage, DumpStyle style) {
+  StringOutput out(text);
+  return formatInto(out, trees, first, names, codePage, style);
 }
 
 }  // namespace storage
