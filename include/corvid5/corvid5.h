@@ -17,4 +17,7 @@
 #include <corvid5/FlmRecord.h>
 #include <corvid5/FlmCursor.h>
 
+#include <corvid5/PolylexBuilder.h>
+#include <corvid5/PolylexSummary.h>
+
 #endif

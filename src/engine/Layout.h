@@ -71,6 +71,7 @@ enum Tag : uint16_t {
   kValueText = 13,
   kValue = 20,
   kSiteName = 22,        // also a feature's free text value
+  kFeatureValue = 22,    // the same tag, under a variant's feature
   kSiteLanguage = 23,
   kUsageLabel = 42,
   kFeature = 46,
@@ -121,6 +122,7 @@ enum Tag : uint16_t {
   kParoleId = 136,
   kTranslation = 137,
   kWordNetOffset = 301,  // also the root of a language wordnet descriptor
+  kDescriptor = 301,     // the same tag as a descriptor's root
   kGloss = 302,
   kAddOnId = 303,
   kOntologyLinks = 320,
