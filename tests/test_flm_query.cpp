@@ -1270,19 +1270,20 @@ TEST_F(FlmQueryNavigate, BothEndsAndBack) {
   EXPECT_EQ(drn, 3u);
   ASSERT_EQ(c->moveNext(&drn), FERR_OK);
   EXPECT_EQ(drn, 5u);
+  // Running off an end leaves the cursor on the record it was on.
   EXPECT_EQ(c->moveNext(&drn), FERR_EOF_HIT);
   EXPECT_EQ(c->moveNext(&drn), FERR_EOF_HIT);
-  EXPECT_EQ(c->current(&drn), FERR_EOF_HIT);
-  ASSERT_EQ(c->movePrev(&drn), FERR_OK);
+  ASSERT_EQ(c->current(&drn), FERR_OK);
   EXPECT_EQ(drn, 5u);
   ASSERT_EQ(c->movePrev(&drn), FERR_OK);
   EXPECT_EQ(drn, 3u);
   ASSERT_EQ(c->movePrev(&drn), FERR_OK);
   EXPECT_EQ(drn, 1u);
   EXPECT_EQ(c->movePrev(&drn), FERR_BOF_HIT);
-  EXPECT_EQ(c->current(&drn), FERR_BOF_HIT);
-  ASSERT_EQ(c->moveNext(&drn), FERR_OK);
+  ASSERT_EQ(c->current(&drn), FERR_OK);
   EXPECT_EQ(drn, 1u);
+  ASSERT_EQ(c->moveNext(&drn), FERR_OK);
+  EXPECT_EQ(drn, 3u);
   ASSERT_EQ(c->moveLast(&drn), FERR_OK);
   EXPECT_EQ(drn, 5u);
   ASSERT_EQ(c->moveFirst(&drn), FERR_OK);

@@ -228,14 +228,9 @@ RCODE Cursor::step(int delta, uint32_t* drn) {
   long n = static_cast<long>(results_.size());
   long next = position_ + delta;
   moved_ = true;
-  if (next < 0) {
-    position_ = -1;
-    return FERR_BOF_HIT;
-  }
-  if (next >= n) {
-    position_ = n;
-    return FERR_EOF_HIT;
-  }
+  // Running off either end leaves the cursor on the record it was on, so the
+  // current record is still the one last read.
+  if (next < 0 || next >= n) return next < 0 ? FERR_BOF_HIT : FERR_EOF_HIT;
   position_ = next;
   if (drn) *drn = results_[static_cast<size_t>(position_)];
   return FERR_OK;
