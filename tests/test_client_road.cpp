@@ -1,0 +1,148 @@
+// The road a client program takes through the library, from the engine to
+// the top ontology and back to words, on the English database built from
+// WordNet 3.0; LeakSanitizer watches that everything handed out is released.
+#include <corvid5/corvid5.h>
+#include <gtest/gtest.h>
+
+#include <set>
+#include <string>
+
+#include "support/EnglishDatabase.h"
+
+namespace {
+
+std::string narrow(unsigned short* text) {
+  if (!text) return "<null>";
+  std::string out;
+  for (unsigned short* p = text; *p; ++p) out.push_back(static_cast<char>(*p));
+  SysFreeString(text);
+  return out;
+}
+
+constexpr int32_t kDogOffset = 2084071;  // dog, noun sense 1
+constexpr int32_t kCanineOffset = 2083346;
+constexpr int32_t kDomesticAnimalOffset = 1317541;
+
+int32_t offsetOf(Concept& meaning) {
+  ILIRecord* ili = nullptr;
+  if (!meaning.GetEqSynonym(&ili)) return 0;
+  const int32_t offset = ili->GetWordNetOffset();
+  ili->Destroy();
+  return offset;
+}
+
+void walk();
+
+TEST(ClientRoad, FromTheEngineToTheTopOntologyAndBack) {
+  try {
+    walk();
+  } catch (const PLXException& e) {
+    FAIL() << static_cast<const char*>(e);
+  }
+}
+
+void walk() {
+  const std::string path = testdb::englishDatabase();
+  if (path.empty()) GTEST_SKIP() << "no English database: WordNet 3.0 files missing";
+
+  ASSERT_NE(CorvidEngine::GetInstance(), nullptr);
+  Polylex polylex;
+  polylex.Open(path.c_str(), nullptr, 1, 0);
+
+  // Languages, named in English.
+  LanguageWordNets* wordnets = polylex.GetLanguageWordNets();
+  std::set<std::string> names;
+  LanguageWordNet* wordnet = nullptr;
+  for (int more = wordnets->GetFirst(&wordnet); more; more = wordnets->GetNext(&wordnet)) {
+    Language* language = wordnet->GetLanguage();
+    names.insert(narrow(language->GetName("en")));
+    language->Destroy();
+    wordnet->Destroy();
+  }
+  EXPECT_EQ(names, std::set<std::string>{"English"});
+  LanguageWordNet* english = wordnets->GetItem("en");
+  wordnets->Destroy();
+
+  // The first sense of "dog" among its meanings.
+  Concepts* dogs = english->GetConcepts("dog");
+  Concept* dog = nullptr;
+  Concept* meaning = nullptr;
+  for (int more = dogs->GetFirst(&meaning); more; more = dogs->GetNext(&meaning)) {
+    if (!dog && offsetOf(*meaning) == kDogOffset)
+      dog = meaning;
+    else
+      meaning->Destroy();
+  }
+  dogs->Destroy();
+  ASSERT_NE(dog, nullptr);
+
+  std::set<std::string> literals;
+  ConceptVariants* variants = dog->GetConceptVariants();
+  ConceptVariant* variant = nullptr;
+  for (int more = variants->GetFirst(&variant); more; more = variants->GetNext(&variant)) {
+    literals.insert(narrow(variant->GetLiteral()));
+    variant->Destroy();
+  }
+  variants->Destroy();
+  EXPECT_TRUE(literals.count("dog") && literals.count("Canis familiaris")) << literals.size();
+
+  // GetHyperonyms answers the meaning itself when it has a hyperonym; the
+  // hyperonyms proper are the targets of its hyperonym links.
+  Concepts* up = dog->GetHyperonyms();
+  ASSERT_EQ(up->GetCount(), 1);
+  up->Destroy();
+  std::set<int32_t> hyperonyms;
+  ConceptLinks* links = dog->GetConceptLinks(8);
+  ConceptLink* link = nullptr;
+  for (int more = links->GetFirst(&link); more; more = links->GetNext(&link)) {
+    Concept* target = link->GetTargetConcept();
+    hyperonyms.insert(offsetOf(*target));
+    target->Destroy();
+    link->Destroy();
+  }
+  links->Destroy();
+  EXPECT_EQ(hyperonyms, (std::set<int32_t>{kCanineOffset, kDomesticAnimalOffset}));
+
+  // From the index record to the top ontology.
+  ILIRecord* ili = nullptr;
+  ASSERT_EQ(dog->GetEqSynonym(&ili), 1);
+  EXPECT_EQ(narrow(ili->GetPartOfSpeech()), "n");
+  TopConcept* top = reinterpret_cast<TopConcept*>(ili);
+  ASSERT_EQ(ili->GetTopConcept(&top), 1);
+  EXPECT_EQ(top->GetTopConceptVariantCount(english->GetStoreID()), 1);
+  TopConcept* super = nullptr;
+  ASSERT_EQ(top->GetSuper(&super), 1);
+  TopConcept* above = nullptr;
+  EXPECT_EQ(super->GetSuper(&above), 0) << "a part of speech heads the ontology";
+  LinkedTopConcepts* subs = nullptr;
+  ASSERT_EQ(super->GetSubs(&subs), 1);
+  bool listed = false;
+  TopConcept* sub = nullptr;
+  for (int more = subs->GetFirst(&sub); more; more = subs->GetNext(&sub)) {
+    listed = listed || sub->GetRecordID() == top->GetRecordID();
+    sub->Destroy();
+  }
+  EXPECT_TRUE(listed);
+  subs->Destroy();
+  super->Destroy();
+  top->Destroy();
+
+  // And back to the words of the index record.
+  ILIVariants* words = english->GetILIVariants(static_cast<uint32_t>(ili->GetRecordID()));
+  std::set<std::string> named;
+  ILIVariant* word = nullptr;
+  for (int more = words->GetFirst(&word); more; more = words->GetNext(&word)) {
+    named.insert(narrow(word->GetLiteral()));
+    word->Destroy();
+  }
+  words->Destroy();
+  EXPECT_EQ(named, literals);
+  ili->Destroy();
+
+  dog->Destroy();
+  english->Destroy();
+  polylex.Close();
+  CorvidEngine::DestroyInstance();
+}
+
+}  // namespace
