@@ -760,6 +760,14 @@ TEST_F(RecordStore, CursorReadsBindToTheCursorsContext) {
   EXPECT_EQ(r.GetContainer(), kOthers);
   EXPECT_EQ(r.GetStore(), 4u);
   EXPECT_EQ(r.GetID(), 3u);
+  // Without a place of its own, a joining cursor leaves the record where the
+  // engine found it.
+  FlmCursor placeless(FlmContext(nullptr, kOthers, 4));
+  placeless.AddContextToSet(placeless.OpenContextSet(), db, 0, kPeople);
+  ASSERT_EQ(r.CursorLast(placeless), 0u);
+  EXPECT_EQ(r.GetDatabase(), db);
+  EXPECT_EQ(r.GetContainer(), kPeople);
+  EXPECT_EQ(r.GetID(), 3u);
 
   ASSERT_EQ(flm::Session::closeDatabase(&db), flm::FERR_OK);
   EXPECT_EQ(r.CursorFirst(cursor), uint32_t{flm::FERR_BAD_HDL}) << "database closed";

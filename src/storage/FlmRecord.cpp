@@ -699,7 +699,10 @@ uint32_t FlmRecord::CursorRead(FlmCursor& cursor, int move) {
   if (!rc) rc = engine->read(m_Pool, &root);
   if (rc) return rc;
   m_pRoot = m_pCurrent = root;
-  SetSource(cursor, 0);
+  // A joining cursor made without a database of its own has no place to name:
+  // the record then keeps the place the engine read it from, so that it can
+  // still reach the records around it.
+  if (database) SetSource(cursor, 0);
   return m_Error;
 }
 
