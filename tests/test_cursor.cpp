@@ -236,7 +236,8 @@ TEST_F(CursorStore, ContextSetsJoinPlaces) {
   ASSERT_EQ(c.ReadFirst(r), 1);
   EXPECT_EQ(text(r, kGloss), "tree");
   EXPECT_EQ(r.GetID(), 2u);
-  EXPECT_EQ(r.GetDatabase(), nullptr) << "bound to the cursor's own context";
+  EXPECT_EQ(r.GetDatabase(), db) << "no place of its own: the record keeps where it was found";
+  EXPECT_EQ(r.GetContainer(), kMeanings);
   EXPECT_EQ(c.ReadNext(r), 0);
 
   EXPECT_EQ(thrown([&] { c.AddContextToSet(3, staleHandle(), 0, kWords); }), "BAD_HDL");
