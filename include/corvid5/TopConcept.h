@@ -34,7 +34,7 @@ class CORVID5_API TopConcept : public FlmRecord {
   int GetSubs(LinkedTopConcepts** subs);
   int GetSimilars(LinkedTopConcepts** similars);
   int GetOpposites(LinkedTopConcepts** opposites);
-  // The names of this topConcept in the language of store `storeID`. The n-th
+  // The names of this top concept in the language of store `storeID`. The n-th
   // counts from 1 and throws error 104 when there is no such variant.
   TopConceptVariants* GetTopConceptVariants(uint32_t storeID);
   TopConceptVariant* GetTopConceptVariant(uint32_t storeID, short n);
@@ -69,7 +69,7 @@ class CORVID5_API TopConcepts {
   ~TopConcepts() = default;
 };
 
-// Every top topConcept, through a cursor.
+// Every top concept, through a cursor.
 class CORVID5_API CursorTopConcepts : public FlmCursor, public TopConcepts {
  public:
   CursorTopConcepts(const CursorTopConcepts& other);
@@ -90,7 +90,7 @@ class CORVID5_API CursorTopConcepts : public FlmCursor, public TopConcepts {
   friend class Polylex;
 };
 
-// The concepts one link kind of a top topConcept names, read as they are
+// The concepts one link kind of a top concept names, read as they are
 // walked. Positions count from 1; a move that fails stays where it was and
 // leaves the out argument null (no element was made). Copies share the list
 // of ids and walk it on their own.

@@ -601,14 +601,22 @@ void FlmRecord::AssignField(unsigned short tag, int32_t value, short occurrence,
 
 // ---- Storage ----
 
+namespace {
+
+// The open database behind a handle; a stale handle is the bad-handle error.
+flm::Database* liveDatabase(void* handle, FlmError& error) {
+  flm::Database* db = flm::Database::fromHandle(handle);
+  if (!db) error = flm::FERR_BAD_HDL;
+  return db;
+}
+
+}  // namespace
+
 int FlmRecord::Retrieve(void* database, uint32_t store, unsigned short container,
                         uint32_t recordNumber) {
   Clear();
-  flm::Database* db = flm::Database::fromHandle(database);
-  if (!db) {
-    m_Error = flm::FERR_BAD_HDL;
-    return 0;
-  }
+  flm::Database* db = liveDatabase(database, m_Error);
+  if (!db) return 0;
   node* root = nullptr;
   if (!m_Error.Success(db->retrieve(store, container, recordNumber, m_Pool, &root))) return 0;
   m_pRoot = m_pCurrent = root;
@@ -621,11 +629,8 @@ int FlmRecord::Retrieve(const FlmContext& context, uint32_t recordNumber) {
 
 int FlmRecord::Add(void* database, uint32_t store, unsigned short container,
                    uint32_t recordNumber) {
-  flm::Database* db = flm::Database::fromHandle(database);
-  if (!db) {
-    m_Error = flm::FERR_BAD_HDL;
-    return 0;
-  }
+  flm::Database* db = liveDatabase(database, m_Error);
+  if (!db) return 0;
   uint32_t number = recordNumber ? recordNumber : GetID();
   return m_Error.Success(db->add(store, container, &number, m_pRoot));
 }
@@ -636,11 +641,8 @@ int FlmRecord::Add(const FlmContext& context, uint32_t recordNumber) {
 
 int FlmRecord::Update(void* database, uint32_t store, unsigned short container,
                       uint32_t recordNumber) {
-  flm::Database* db = flm::Database::fromHandle(database);
-  if (!db) {
-    m_Error = flm::FERR_BAD_HDL;
-    return 0;
-  }
+  flm::Database* db = liveDatabase(database, m_Error);
+  if (!db) return 0;
   uint32_t number = recordNumber ? recordNumber : GetID();
   return m_Error.Success(db->modify(store, container, number, m_pRoot));
 }
@@ -651,11 +653,8 @@ int FlmRecord::Update(const FlmContext& context, uint32_t recordNumber) {
 
 int FlmRecord::Remove(void* database, uint32_t store, unsigned short container,
                       uint32_t recordNumber) {
-  flm::Database* db = flm::Database::fromHandle(database);
-  if (!db) {
-    m_Error = flm::FERR_BAD_HDL;
-    return 0;
-  }
+  flm::Database* db = liveDatabase(database, m_Error);
+  if (!db) return 0;
   uint32_t number = recordNumber ? recordNumber : GetID();
   return m_Error.Success(db->remove(store, container, number));
 }
