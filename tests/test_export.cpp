@@ -20,6 +20,7 @@
 #include "flm/Session.h"
 #include "model/meanings/ConceptExporter.h"
 #include "model/meanings/RecordExport.h"
+#include "support/LoadedDatabase.h"
 #include "support/TestFiles.h"
 
 namespace {
@@ -209,30 +210,7 @@ STORE 100 CONTAINER 204
   1 TARGET_ILI @3@
 )";
 
-// A database made from record dumps, opened through the public handles.
-class Database {
- public:
-  explicit Database(const std::string& dump) : db_(session_) {
-    const std::string path = dir_.file("meanings.db");
-    flm::Session* session = nullptr;
-    EXPECT_EQ(flm::Session::create(256, 0, &session), flm::FERR_OK);
-    flm::Database* made = nullptr;
-    EXPECT_EQ(session->createDatabase(path.c_str(), layout::polylexDictionary(), &made),
-              flm::FERR_OK);
-    std::string error;
-    EXPECT_EQ(build::loadRecordDump(made, dump, "meanings", &error), flm::FERR_OK) << error;
-    flm::Session::close(&session);
-    EXPECT_EQ(session_.Open(), 1);
-    EXPECT_EQ(db_.Open(path.c_str(), 0, 0), 1);
-  }
-  void* handle() const { return db_; }
-  void close() { db_.Close(); }
-
- private:
-  testfiles::ScratchDir dir_;
-  FxSession session_;
-  FxDatabase db_;
-};
+using Database = testdb::LoadedDatabase;
 
 // The library makes its objects; a test reaches them through a collection.
 struct Meanings : Concepts {
