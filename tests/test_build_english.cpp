@@ -481,6 +481,8 @@ TEST_F(BuildInput, BrokenDataFileIsNamedWithTheLine) {
   testfiles::writeFile(in_.file("data.noun"), throughEntity);
   expectOneLine(build(in_.path()),
                 in_.file("data.noun") + ":30: pointer to a synset that is not there: 1930 n");
+  testfiles::writeFile(in_.file("data.noun"), head + throughEntity.substr(throughEntity.rfind("00001740 ")));
+  expectOneLine(build(in_.path()), in_.file("data.noun") + ":41: synset at offset 1740 does not follow");
   EXPECT_TRUE(dirEntries(out_.path()).empty());
 }
 

@@ -36,6 +36,9 @@ struct PolylexLanguageReport {
   uint64_t variants = 0;
   uint64_t links = 0;                // concept links; for OMW languages the projected ones
   uint64_t skippedSynsets = 0;       // synsets at offsets WordNet 3.0 does not have
+  // Synsets found a few bytes from the offset their source gives, where the
+  // WordNet files read are an edition whose records moved.
+  uint64_t shiftedSynsets = 0;
   uint64_t skippedLines = 0;         // lines of kinds the database has no place for
   uint64_t synsetsWithoutWords = 0;  // named only by definitions or examples, so left out
 };

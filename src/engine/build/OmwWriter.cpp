@@ -11,13 +11,16 @@
 namespace build {
 namespace {
 
-// The WordNet synset of each OMW synset that a lemma names at an offset
-// WordNet has; none for the others, which are counted.
+// The WordNet synset of each OMW synset that a lemma names; none for the
+// others, which are counted. The tab files take their offsets from
+// Princeton's files, and a distribution's edition of them may have moved
+// some records by a few bytes: those are found at the nearest offset.
 std::vector<std::optional<uint32_t>> keptSynsets(const OmwWordNet& omw, const WordNet& wn,
                                                  PolylexLanguageReport* report) {
   std::vector<std::optional<uint32_t>> wordnetOf;
   for (const OmwSynset& s : omw.synsets) {
     std::optional<uint32_t> at = wn.find(s.file, s.offset);
+    if (!at && (at = wn.nearest(s.file, s.offset))) ++report->shiftedSynsets;
     if (!at)
       ++report->skippedSynsets;
     else if (s.lemmas.empty())

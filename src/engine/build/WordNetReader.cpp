@@ -183,20 +183,37 @@ Synset readSynset(const TextFile& file, std::string_view line, char dataFile,
   return s;
 }
 
+// Records lie end to end, so the gaps between offsets are their lengths.
+uint32_t shortestRecord(const WordNet& wn, const DataFileSynsets& span) {
+  uint32_t shortest = 0;
+  for (uint32_t i = span.first + 1; i < span.end; ++i) {
+    uint32_t length = wn.synsets[i].offset - wn.synsets[i - 1].offset;
+    if (!shortest || length < shortest) shortest = length;
+  }
+  return shortest;
+}
+
 void readDataFile(const std::string& path, char dataFile, const SenseIndex& senses, WordNet* wn,
                   std::vector<PendingSynset>* pending) {
+  DataFileSynsets span{dataFile, static_cast<uint32_t>(wn->synsets.size()), 0, 0};
   TextFile file(path);
   std::string_view line;
   while (file.next(&line)) {
     if (isLicence(line)) continue;
     PendingSynset p{&path, file.lineNumber(), {}, {}};
     Synset s = readSynset(file, line, dataFile, senses, &p);
+    // Offsets are byte positions, so they grow; nearest() relies on it.
+    if (wn->synsets.size() > span.first && wn->synsets.back().offset >= s.offset)
+      throw file.error("synset at offset " + std::to_string(s.offset) +
+                       " does not follow the one before");
     uint64_t key = (uint64_t{static_cast<unsigned char>(dataFile)} << 32) | s.offset;
-    if (!wn->byOffset.emplace(key, static_cast<uint32_t>(wn->synsets.size())).second)
-      throw file.error("a second synset at offset " + std::to_string(s.offset));
+    wn->byOffset.emplace(key, static_cast<uint32_t>(wn->synsets.size()));
     wn->synsets.push_back(std::move(s));
     pending->push_back(std::move(p));
   }
+  span.end = static_cast<uint32_t>(wn->synsets.size());
+  span.shortestRecord = shortestRecord(*wn, span);
+  wn->dataFiles.push_back(span);
 }
 
 // The variant that a pointer's word number names among the words of
@@ -234,6 +251,22 @@ std::optional<uint32_t> WordNet::find(char file, uint32_t offset) const {
   auto at = byOffset.find((uint64_t{static_cast<unsigned char>(file)} << 32) | offset);
   if (at == byOffset.end()) return std::nullopt;
   return at->second;
+}
+
+std::optional<uint32_t> WordNet::nearest(char file, uint32_t offset) const {
+  auto span = std::find_if(dataFiles.begin(), dataFiles.end(),
+                           [file](const DataFileSynsets& d) { return d.file == file; });
+  if (span == dataFiles.end() || span->first == span->end) return std::nullopt;
+  auto begin = synsets.begin() + span->first, end = synsets.begin() + span->end;
+  auto after = std::lower_bound(begin, end, offset,
+                                [](const Synset& s, uint32_t o) { return s.offset < o; });
+  auto best = end;
+  uint32_t distance = UINT32_MAX;
+  if (after != end) best = after, distance = after->offset - offset;
+  if (after != begin && offset - (after - 1)->offset < distance)
+    best = after - 1, distance = offset - best->offset;
+  if (best == end || 2 * uint64_t{distance} >= span->shortestRecord) return std::nullopt;
+  return static_cast<uint32_t>(best - synsets.begin());
 }
 
 WordNet readWordNet(const std::string& dir, Progress& progress) {

@@ -39,13 +39,28 @@ struct Synset {
   std::string gloss;
 };
 
+// Where one data file's synsets lie in WordNet::synsets.
+struct DataFileSynsets {
+  char file = 0;
+  uint32_t first = 0, end = 0;
+  uint32_t shortestRecord = 0;  // in bytes; 0 when the file has fewer than two synsets
+};
+
 struct WordNet {
   std::vector<Synset> synsets;  // nouns, verbs, adjectives, adverbs, each in file order
 
   // The synset at `offset` of the data file `file` (n, v, a or r).
   std::optional<uint32_t> find(char file, uint32_t offset) const;
 
+  // The synset whose record starts nearest `offset` in the data file, when
+  // it is nearer than half the file's shortest record. Offsets are byte
+  // positions, so an offset taken from another edition of the same files,
+  // where an edited line moved the records after it by a few bytes, can
+  // only mean that synset.
+  std::optional<uint32_t> nearest(char file, uint32_t offset) const;
+
   std::unordered_map<uint64_t, uint32_t> byOffset;
+  std::vector<DataFileSynsets> dataFiles;
 };
 
 // Throws BuildError naming the file and line of anything it cannot read.
