@@ -2,10 +2,7 @@
 // tab file, reached from English through the inter-lingual index, and linked
 // as English links the same synsets.
 //
-// Every wn-data-*.tab under the shared data folder is built, except in
-// sanitizer builds, which take French and Danish only: building all fifteen
-// there takes several minutes. CORVID_TEST_OMW_LANGUAGES overrides either
-// choice with a comma-separated list of file codes ("fra,ita") or "all".
+// The tab files built are those of testdb::chosenTabFiles().
 #include <corvid5/PolylexBuilder.h>
 #include <gtest/gtest.h>
 
@@ -21,6 +18,7 @@
 #include "engine/Layout.h"
 #include "engine/build/WordNetReader.h"
 #include "support/BuiltDatabase.h"
+#include "support/CachedDatabases.h"
 #include "support/TestFiles.h"
 
 namespace {
@@ -31,31 +29,6 @@ using testdb::StoredDatabase;
 namespace fs = std::filesystem;
 
 constexpr uint32_t kEnglishStore = 100;
-
-std::string chosenLanguages() {
-  const char* chosen = std::getenv("CORVID_TEST_OMW_LANGUAGES");
-  if (chosen && *chosen) return chosen;
-#if defined(__SANITIZE_ADDRESS__)
-  return "fra,dan";
-#else
-  return "all";
-#endif
-}
-
-std::vector<std::string> tabFiles() {
-  std::string chosen = "," + chosenLanguages() + ",";
-  std::vector<std::string> files;
-  std::string root = testfiles::sharedDir() + "/data/omw";
-  if (!fs::is_directory(root)) return files;
-  for (const auto& e : fs::recursive_directory_iterator(root)) {
-    std::string name = e.path().filename().string();
-    if (!name.starts_with("wn-data-") || !name.ends_with(".tab")) continue;
-    std::string code = name.substr(8, name.size() - 12);
-    if (chosen == ",all," || chosen.find("," + code + ",") != std::string::npos)
-      files.push_back(e.path());
-  }
-  return files;
-}
 
 // What one tab file holds, counted plainly. Synsets are keyed
 // "<offset><data file letter>" as the file gives them.
@@ -121,7 +94,7 @@ class OmwBuild : public ::testing::Test {
   static void SetUpTestSuite() {
     dir_ = new testfiles::ScratchDir;
     fs::create_directory(dir_->file("omw"));
-    for (const std::string& tab : tabFiles())
+    for (const std::string& tab : testdb::chosenTabFiles())
       fs::create_symlink(tab, dir_->file("omw/") + fs::path(tab).filename().string());
     PolylexBuildOptions options;
     options.output = dir_->file("all.db");
@@ -190,8 +163,8 @@ PolylexBuildResult* OmwBuild::result_ = nullptr;
 StoredDatabase* OmwBuild::db_ = nullptr;
 
 void OmwBuild::eachLanguageHoldsWhatItsFileHolds() {
-  ASSERT_FALSE(tabFiles().empty()) << "no wn-data-*.tab under " << testfiles::sharedDir();
-  ASSERT_EQ(result_->languages.size(), tabFiles().size() + 1);
+  ASSERT_FALSE(testdb::chosenTabFiles().empty()) << "no wn-data-*.tab under " << testfiles::sharedDir();
+  ASSERT_EQ(result_->languages.size(), testdb::chosenTabFiles().size() + 1);
   testdb::WordNetCounts wn = testdb::countWordNet(testfiles::wordnetDir());
   for (size_t i = 1; i < result_->languages.size(); ++i) {
     const PolylexLanguageReport& r = result_->languages[i];

@@ -1,13 +1,14 @@
 // The road a client program takes through the library, from the engine to
-// the top ontology and back to words, on the English database built from
-// WordNet 3.0; LeakSanitizer watches that everything handed out is released.
+// the top ontology and back to words, in English and in French, on the
+// database built from WordNet 3.0 and the shared wordnets; LeakSanitizer
+// watches that everything handed out is released.
 #include <corvid5/corvid5.h>
 #include <gtest/gtest.h>
 
 #include <set>
 #include <string>
 
-#include "support/EnglishDatabase.h"
+#include "support/CachedDatabases.h"
 
 namespace {
 
@@ -31,6 +32,35 @@ int32_t offsetOf(Concept& meaning) {
   return offset;
 }
 
+// The literals of the meanings' variants.
+std::set<std::string> literalsOf(Concepts* meanings) {
+  std::set<std::string> literals;
+  Concept* meaning = nullptr;
+  for (int more = meanings->GetFirst(&meaning); more; more = meanings->GetNext(&meaning)) {
+    ConceptVariants* variants = meaning->GetConceptVariants();
+    ConceptVariant* variant = nullptr;
+    for (int v = variants->GetFirst(&variant); v; v = variants->GetNext(&variant)) {
+      literals.insert(narrow(variant->GetLiteral()));
+      variant->Destroy();
+    }
+    variants->Destroy();
+    meaning->Destroy();
+  }
+  meanings->Destroy();
+  return literals;
+}
+
+std::set<std::string> literalsOf(ILIVariants* words) {
+  std::set<std::string> named;
+  ILIVariant* word = nullptr;
+  for (int more = words->GetFirst(&word); more; more = words->GetNext(&word)) {
+    named.insert(narrow(word->GetLiteral()));
+    word->Destroy();
+  }
+  words->Destroy();
+  return named;
+}
+
 void walk();
 
 TEST(ClientRoad, FromTheEngineToTheTopOntologyAndBack) {
@@ -42,8 +72,8 @@ TEST(ClientRoad, FromTheEngineToTheTopOntologyAndBack) {
 }
 
 void walk() {
-  const std::string path = testdb::englishDatabase();
-  if (path.empty()) GTEST_SKIP() << "no English database: WordNet 3.0 files missing";
+  const std::string path = testdb::polylexDatabase();
+  if (path.empty()) GTEST_SKIP() << "no database: WordNet 3.0 files missing";
 
   ASSERT_NE(CorvidEngine::GetInstance(), nullptr);
   Polylex polylex;
@@ -59,9 +89,12 @@ void walk() {
     language->Destroy();
     wordnet->Destroy();
   }
-  EXPECT_EQ(names, std::set<std::string>{"English"});
+  EXPECT_EQ(names.size(), testdb::chosenTabFiles().size() + 1);
+  EXPECT_TRUE(names.count("English") && names.count("French") && names.count("Danish"));
   LanguageWordNet* english = wordnets->GetItem("en");
+  LanguageWordNet* french = wordnets->GetItem("fr");
   wordnets->Destroy();
+  ASSERT_NE(french, nullptr);
 
   // The first sense of "dog" among its meanings.
   Concepts* dogs = english->GetConcepts("dog");
@@ -127,19 +160,19 @@ void walk() {
   super->Destroy();
   top->Destroy();
 
-  // And back to the words of the index record.
-  ILIVariants* words = english->GetILIVariants(static_cast<uint32_t>(ili->GetRecordID()));
-  std::set<std::string> named;
-  ILIVariant* word = nullptr;
-  for (int more = words->GetFirst(&word); more; more = words->GetNext(&word)) {
-    named.insert(narrow(word->GetLiteral()));
-    word->Destroy();
-  }
-  words->Destroy();
-  EXPECT_EQ(named, literals);
+  // And back to the words of the index record, in English and in French.
+  const uint32_t record = static_cast<uint32_t>(ili->GetRecordID());
+  EXPECT_EQ(literalsOf(english->GetILIVariants(record)), literals);
+  Concepts* chiens = french->GetConcepts(record, 0);
+  ASSERT_NE(chiens, nullptr);
+  EXPECT_EQ(chiens->GetCount(), 1);
+  const std::set<std::string> frenchLiterals = literalsOf(chiens);
+  EXPECT_TRUE(frenchLiterals.count("chien"));
+  EXPECT_EQ(literalsOf(french->GetILIVariants(record)), frenchLiterals);
   ili->Destroy();
 
   dog->Destroy();
+  french->Destroy();
   english->Destroy();
   polylex.Close();
   CorvidEngine::DestroyInstance();

@@ -16,10 +16,6 @@
 #include <corvid5/PolylexBuilder.h>
 #include <corvid5/Platform.h>
 
-#include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
@@ -37,6 +33,7 @@
 #include "engine/build/RecordDumpLoader.h"
 #include "flm/Session.h"
 #include "model/meanings/ConceptExporter.h"
+#include "support/CachedDatabases.h"
 #include "support/LoadedDatabase.h"
 #include "support/TestFiles.h"
 
@@ -785,38 +782,6 @@ TEST(Concept, UnvalidatedCriteriaThrowTheCursorsCode) {
 // ---------------------------------------------------------------------------
 // The English wordnet built from WordNet 3.0, against WordNet's own files
 
-// Made once for this test binary and kept beside the other test files:
-// ctest runs each test in a process of its own, and a build takes a while.
-// A database older than the binary is made again; the lock keeps processes
-// that start together from building it side by side.
-std::string englishDatabase() {
-  const std::string wordnet = testfiles::wordnetDir();
-  if (!std::filesystem::exists(wordnet + "/data.noun")) return {};
-  const char* tmp = std::getenv("CORVID_TEST_TMP");
-  const std::filesystem::path base =
-      tmp && *tmp ? std::filesystem::path(tmp) : std::filesystem::temp_directory_path();
-  std::filesystem::create_directories(base);
-  const std::string path = (base / "meanings-english.db").string();
-  const int lock = ::open((path + ".lock").c_str(), O_CREAT | O_RDWR, 0644);
-  if (lock < 0 || ::flock(lock, LOCK_EX) != 0) {
-    ADD_FAILURE() << "cannot lock " << path;
-    return {};
-  }
-  std::error_code missing;
-  const auto built = std::filesystem::last_write_time(path, missing);
-  if (missing || built < std::filesystem::last_write_time("/proc/self/exe")) {
-    PolylexBuildOptions options;
-    options.output = path;
-    options.wordnetDir = wordnet;
-    options.force = true;
-    PolylexBuildResult result = PolylexBuilder::Build(options);
-    EXPECT_TRUE(result.ok) << result.error;
-  }
-  ::flock(lock, LOCK_UN);
-  ::close(lock);
-  return path;
-}
-
 // One synset line of WordNet's data files.
 struct Synset {
   uint32_t offset = 0;
@@ -899,7 +864,7 @@ short senseOf(char type, const std::string& word, uint32_t offset) {
 
 class WordNetMeanings : public ::testing::Test {
  protected:
-  static void SetUpTestSuite() { path_ = new std::string(englishDatabase()); }
+  static void SetUpTestSuite() { path_ = new std::string(testdb::englishDatabase()); }
   static void TearDownTestSuite() { delete path_; }
   void SetUp() override {
     if (path_->empty()) GTEST_SKIP() << "no WordNet 3.0 at " << testfiles::wordnetDir();

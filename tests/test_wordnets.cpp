@@ -18,7 +18,7 @@
 #include <string>
 #include <vector>
 
-#include "support/EnglishDatabase.h"
+#include "support/CachedDatabases.h"
 
 namespace {
 
