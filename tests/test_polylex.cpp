@@ -160,6 +160,11 @@ TEST_F(PolylexTest, FilesThatAreNoDatabaseGiveTheEnginesCode) {
   }
 }
 
+// Packed: no padding between the last error, the handle, the create
+// options, the path and the flags.
+static_assert(sizeof(Polylex) ==
+              sizeof(void*) + sizeof(FlmError) + sizeof(void*) + sizeof(Create_Options) + 240 + 1);
+
 TEST_F(PolylexTest, FixedRecordsAndVersions) {
   open(fixedRecords("1.3", true, true));
   EXPECT_EQ(polylex_.GetDataVersion(), 12595);

@@ -18,6 +18,10 @@ class TopConcepts;
 //
 // A copy shares the database handle with its source. Closing one nulls only
 // its own handle; the other then holds a handle the engine has closed.
+//
+// The fields are packed, as the layout of the library's earlier releases had
+// them: clients that embed a Polylex keep its size and offsets.
+#pragma pack(push, 1)
 class CORVID5_API Polylex {
  public:
   Polylex();
@@ -55,5 +59,6 @@ class CORVID5_API Polylex {
   unsigned char m_szPath[240];
   unsigned char m_nFlags;
 };
+#pragma pack(pop)
 
 #endif
