@@ -683,7 +683,9 @@ TEST_F(SmallDatabase, LanguagesWithTheirNamesAndCounts) {
   const Outcome text = run({"langs"});
   EXPECT_EQ(text.status, 0);
   EXPECT_EQ(lineCount(text.out), 2);
-  EXPECT_NE(text.out.find("fran\xC3\xA7" "ais"), std::string::npos) << text.out;
+  EXPECT_NE(text.out.find("fr    101        4 meanings        7 variants  fran\xC3\xA7" "ais (French)\n"),
+            std::string::npos)
+      << text.out;
 }
 
 TEST_F(SmallDatabase, LookupFindsEveryMeaningInEveryLanguageOrInThoseNamed) {

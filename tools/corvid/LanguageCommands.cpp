@@ -45,11 +45,16 @@ LanguageEntry describe(LanguageWordNet& wordnet) {
   return e;
 }
 
+// The names close the line: their widths on screen are not their lengths.
 void printLanguages(const std::vector<LanguageEntry>& entries) {
-  for (const LanguageEntry& e : entries)
-    std::printf("%-3s %5u  %-24s %-24s %8lld meanings %8lld variants\n", e.code.c_str(), e.store,
-                e.name.c_str(), e.englishName.c_str(), static_cast<long long>(e.meanings),
-                static_cast<long long>(e.variants));
+  for (const LanguageEntry& e : entries) {
+    std::printf("%-3s %5u %8lld meanings %8lld variants  %s", e.code.c_str(), e.store,
+                static_cast<long long>(e.meanings), static_cast<long long>(e.variants),
+                e.name.c_str());
+    if (!e.englishName.empty() && e.englishName != e.name)
+      std::printf(" (%s)", e.englishName.c_str());
+    std::printf("\n");
+  }
 }
 
 void writeLanguages(const std::vector<LanguageEntry>& entries) {

@@ -89,11 +89,11 @@ int main(int argc, char** argv) {
   corvid::Invocation invocation{{}, defaultDatabase()};
   size_t i = 0;
   for (; i < args.size() && args[i].starts_with("-"); ++i) {
-    if (args[i] == "--version" && args.size() == 1) {
+    if (args[i] == "--version") {
       std::printf("corvid %s\n", CORVID5_VERSION_STRING);
       return 0;
     }
-    if (args[i] == "--help" && args.size() == 1) {
+    if (args[i] == "--help") {
       printUsage(stdout);
       std::fputs(kAbout, stdout);
       return 0;
