@@ -903,6 +903,7 @@ TEST(CorvidUsage, WrongUsageGivesTheUsageLineAndStatusTwo) {
     EXPECT_EQ(help.out.rfind(std::string("usage: corvid ") + command, 0), 0u) << help.out;
     EXPECT_GT(lineCount(help.out), 2) << command;
   }
+  EXPECT_EQ(corvid({"--db", "any.db", "--version"}).out.rfind("corvid ", 0), 0u);
   const Outcome help = corvid({"--help"});
   EXPECT_EQ(help.status, 0);
   EXPECT_NE(help.out.find("corvid ontology"), std::string::npos);

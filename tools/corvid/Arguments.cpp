@@ -6,16 +6,16 @@ namespace corvid {
 
 namespace {
 
-const OptionSpec* findSpec(std::initializer_list<OptionSpec> options, const std::string& name) {
-  for (const OptionSpec& spec : options)
-    if (name == spec.name) return &spec;
+const Option* findOption(std::initializer_list<Option> options, const std::string& name) {
+  for (const Option& option : options)
+    if (name == option.name) return &option;
   return nullptr;
 }
 
 }  // namespace
 
 Arguments::Arguments(const std::vector<std::string>& args,
-                     std::initializer_list<OptionSpec> options, size_t maxWords) {
+                     std::initializer_list<Option> options, size_t maxWords) {
   bool optionsEnded = false;
   for (size_t i = 0; i < args.size(); ++i) {
     const std::string& a = args[i];
@@ -27,11 +27,11 @@ Arguments::Arguments(const std::vector<std::string>& args,
       optionsEnded = true;
       continue;
     }
-    const OptionSpec* spec = findSpec(options, a);
-    if (!spec) throw UsageError{};
+    const Option* option = findOption(options, a);
+    if (!option) throw UsageError{};
     std::vector<std::string>& seen = given_[a];
-    if (spec->kind != OptionSpec::kValues && !seen.empty()) throw UsageError{};
-    if (spec->kind == OptionSpec::kFlag) {
+    if (option->kind != Option::kValues && !seen.empty()) throw UsageError{};
+    if (option->kind == Option::kFlag) {
       seen.emplace_back();
       continue;
     }

@@ -19,7 +19,7 @@ struct Failure {
   std::string message;
 };
 
-struct OptionSpec {
+struct Option {
   enum Kind { kFlag, kValue, kValues };
   const char* name;  // with its dashes
   Kind kind;
@@ -28,7 +28,7 @@ struct OptionSpec {
 class Arguments {
  public:
   // At most `maxWords` arguments that are not options; "--" ends the options.
-  Arguments(const std::vector<std::string>& args, std::initializer_list<OptionSpec> options,
+  Arguments(const std::vector<std::string>& args, std::initializer_list<Option> options,
             size_t maxWords);
 
   bool has(const std::string& option) const { return given_.count(option) > 0; }
@@ -46,8 +46,8 @@ class Arguments {
 };
 
 // The options every command that reads a database takes.
-inline constexpr OptionSpec kDbOption = {"--db", OptionSpec::kValue};
-inline constexpr OptionSpec kJsonOption = {"--json", OptionSpec::kFlag};
+inline constexpr Option kDbOption = {"--db", Option::kValue};
+inline constexpr Option kJsonOption = {"--json", Option::kFlag};
 
 }  // namespace corvid
 

@@ -20,11 +20,11 @@ void onInterrupt(int) { interrupted = 1; }
 
 PolylexBuildOptions buildOptions(const Invocation& run) {
   const Arguments args(run.args,
-                       {{"--wordnet", OptionSpec::kValue},
-                        {"--omw", OptionSpec::kValues},
-                        {"--records", OptionSpec::kValues},
-                        {"--no-projected-relations", OptionSpec::kFlag},
-                        {"--force", OptionSpec::kFlag}},
+                       {{"--wordnet", Option::kValue},
+                        {"--omw", Option::kValues},
+                        {"--records", Option::kValues},
+                        {"--no-projected-relations", Option::kFlag},
+                        {"--force", Option::kFlag}},
                        1);
   if (args.words().size() != 1) throw UsageError{};
   PolylexBuildOptions o;

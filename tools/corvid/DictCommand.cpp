@@ -37,12 +37,12 @@ int runDict(const Invocation& run) {
   const Arguments args(run.args,
                        {kDbOption,
                         kJsonOption,
-                        {"--lang", OptionSpec::kValue},
-                        {"--from", OptionSpec::kValue},
-                        {"--to", OptionSpec::kValue},
-                        {"--pattern", OptionSpec::kValue},
-                        {"--ignore-case", OptionSpec::kFlag},
-                        {"--limit", OptionSpec::kValue}},
+                        {"--lang", Option::kValue},
+                        {"--from", Option::kValue},
+                        {"--to", Option::kValue},
+                        {"--pattern", Option::kValue},
+                        {"--ignore-case", Option::kFlag},
+                        {"--limit", Option::kValue}},
                        0);
   // A range and a pattern are two filters of the dictionary, not one.
   const bool range = args.has("--from") || args.has("--to");

@@ -87,11 +87,11 @@ int runDump(const Invocation& run) {
   const Arguments args(run.args,
                        {kDbOption,
                         kJsonOption,
-                        {"--store", OptionSpec::kValue},
-                        {"--container", OptionSpec::kValue},
-                        {"--record", OptionSpec::kValue},
-                        {"--criteria", OptionSpec::kValue},
-                        {"--limit", OptionSpec::kValue}},
+                        {"--store", Option::kValue},
+                        {"--container", Option::kValue},
+                        {"--record", Option::kValue},
+                        {"--criteria", Option::kValue},
+                        {"--limit", Option::kValue}},
                        0);
   const bool byNumber = args.has("--record");
   if (byNumber == args.has("--criteria") || (byNumber && args.has("--limit"))) throw UsageError{};

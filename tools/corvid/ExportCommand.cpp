@@ -86,9 +86,9 @@ int runExport(const Invocation& run) {
   const Arguments args(run.args,
                        {kDbOption,
                         kJsonOption,
-                        {"--lang", OptionSpec::kValue},
-                        {"--concept", OptionSpec::kValue},
-                        {"--record-driven", OptionSpec::kFlag}},
+                        {"--lang", Option::kValue},
+                        {"--concept", Option::kValue},
+                        {"--record-driven", Option::kFlag}},
                        1);
   const bool byNumber = args.has("--concept");
   if (!args.has("--lang") || byNumber == (args.words().size() == 1)) throw UsageError{};

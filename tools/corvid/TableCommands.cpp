@@ -178,7 +178,7 @@ uint32_t namingStore(Database& db, const Arguments& args) {
 }
 
 int runOntology(const Invocation& run) {
-  const Arguments args(run.args, {kDbOption, kJsonOption, {"--lang", OptionSpec::kValue}}, 0);
+  const Arguments args(run.args, {kDbOption, kJsonOption, {"--lang", Option::kValue}}, 0);
   Database db(run.databasePath(args));
   const std::map<int32_t, OntologyNode> nodes = readOntology(db.polylex(), namingStore(db, args));
   const std::vector<TreeNode> tree = TreeBuilder(nodes).build();

@@ -68,7 +68,7 @@ void writeLookup(const std::string& word, const std::vector<LanguageMeanings>& f
 }
 
 int runLookup(const Invocation& run) {
-  const Arguments args(run.args, {kDbOption, kJsonOption, {"--lang", OptionSpec::kValues}}, 1);
+  const Arguments args(run.args, {kDbOption, kJsonOption, {"--lang", Option::kValues}}, 1);
   const std::string word = wordOf(args);
   Database db(run.databasePath(args));
   std::vector<LanguageMeanings> found;
@@ -174,8 +174,8 @@ int runTranslate(const Invocation& run) {
   const Arguments args(run.args,
                        {kDbOption,
                         kJsonOption,
-                        {"--from", OptionSpec::kValue},
-                        {"--to", OptionSpec::kValues}},
+                        {"--from", Option::kValue},
+                        {"--to", Option::kValues}},
                        1);
   const std::string word = wordOf(args);
   if (!args.has("--from")) throw UsageError{};
@@ -286,8 +286,8 @@ int runRelated(const Invocation& run) {
   const Arguments args(run.args,
                        {kDbOption,
                         kJsonOption,
-                        {"--lang", OptionSpec::kValue},
-                        {"--relation", OptionSpec::kValue}},
+                        {"--lang", Option::kValue},
+                        {"--relation", Option::kValue}},
                        1);
   const std::string word = wordOf(args);
   if (!args.has("--lang")) throw UsageError{};
