@@ -94,7 +94,8 @@ class JsonParser {
     if (at_ < s_.size() && s_[at_] == '-') ++at_;
     if (at_ >= s_.size() || !std::isdigit(static_cast<unsigned char>(s_[at_])))
       return fail("bad value");
-    if (s_[at_] == '0' && at_ + 1 < s_.size() && std::isdigit(static_cast<unsigned char>(s_[at_ + 1])))
+    if (s_[at_] == '0' && at_ + 1 < s_.size() &&
+        std::isdigit(static_cast<unsigned char>(s_[at_ + 1])))
       return fail("leading zero");
     while (at_ < s_.size() && std::strchr("0123456789.eE+-", s_[at_])) ++at_;
     out->kind = Json::kNumber;
@@ -215,7 +216,11 @@ class JsonParser {
   bool validUtf8() const {
     for (size_t i = 0; i < s_.size();) {
       const unsigned char c = static_cast<unsigned char>(s_[i]);
-      const size_t n = c < 0x80 ? 1 : (c >> 5) == 6 ? 2 : (c >> 4) == 14 ? 3 : (c >> 3) == 30 ? 4 : 0;
+      const size_t n = c < 0x80         ? 1
+                       : (c >> 5) == 6  ? 2
+                       : (c >> 4) == 14 ? 3
+                       : (c >> 3) == 30 ? 4
+                                        : 0;
       if (n == 0 || i + n > s_.size()) return false;
       for (size_t k = 1; k < n; ++k)
         if ((static_cast<unsigned char>(s_[i + k]) & 0xC0) != 0x80) return false;
@@ -251,7 +256,7 @@ struct Outcome {
 // Runs corvid with `args`, in `dir` when given, with CORVID_DB set to `db`
 // (unset when empty); standard output and error go to files of `scratch`.
 Outcome corvid(const std::vector<std::string>& args, const std::string& db = "",
-           const std::string& dir = "") {
+               const std::string& dir = "") {
   static testfiles::ScratchDir scratch;
   std::vector<std::string> env;
   for (char** e = environ; *e; ++e)
@@ -670,7 +675,10 @@ TEST_F(SmallDatabase, LanguagesWithTheirNamesAndCounts) {
     const char* english;
     int meanings, variants;  // index and top-concept variants are not the language's
   } const cases[] = {{"en", 100, "English", "English", 5, 10},
-                     {"fr", 101, "fran\xC3\xA7" "ais", "French", 4, 7}};
+                     {"fr", 101,
+                      "fran\xC3\xA7"
+                      "ais",
+                      "French", 4, 7}};
   for (size_t i = 0; i < 2; ++i) {
     const Json& l = doc["languages"][i];
     EXPECT_EQ(l["code"].text, cases[i].code);
@@ -683,7 +691,8 @@ TEST_F(SmallDatabase, LanguagesWithTheirNamesAndCounts) {
   const Outcome text = run({"langs"});
   EXPECT_EQ(text.status, 0);
   EXPECT_EQ(lineCount(text.out), 2);
-  EXPECT_NE(text.out.find("fr    101        4 meanings        7 variants  fran\xC3\xA7" "ais (French)\n"),
+  EXPECT_NE(text.out.find("fr    101        4 meanings        7 variants  fran\xC3\xA7"
+                          "ais (French)\n"),
             std::string::npos)
       << text.out;
 }
@@ -796,8 +805,7 @@ TEST_F(SmallDatabase, DictionaryWalksRangesPatternsAndLimits) {
   EXPECT_EQ(words({"--pattern", "CH*"}), Words{});
   EXPECT_EQ(words({"--pattern", "CH*", "--ignore-case"}), (Words{"chat", "chien"}));
   EXPECT_EQ(words({"--limit", "2"}), (Words{"canin", "canine"}));
-  EXPECT_EQ(run({"dict", "--lang", "en", "--pattern", "ca*"}).out,
-            "canid\ncanine\ncat\n");
+  EXPECT_EQ(run({"dict", "--lang", "en", "--pattern", "ca*"}).out, "canid\ncanine\ncat\n");
 }
 
 TEST_F(SmallDatabase, DumpShowsStoredRecordsByNumberOrCriteria) {
@@ -808,8 +816,8 @@ TEST_F(SmallDatabase, DumpShowsStoredRecordsByNumberOrCriteria) {
             "    2 PART_OF_SPEECH 1\n"
             "  1 LITERAL f\xC3\xA9lin\n"
             "    2 SENSE 1\n");
-  const Json chats = json({"dump", "--store", "100", "--container", "32001", "--criteria",
-                           "LITERAL == chat"});
+  const Json chats =
+      json({"dump", "--store", "100", "--container", "32001", "--criteria", "LITERAL == chat"});
   ASSERT_EQ(chats["records"].items.size(), 2u) << "the variant and the index variant";
   EXPECT_EQ(chats["records"][0]["record"].number, 8);
   EXPECT_EQ(chats["records"][1]["record"].number, 13);
@@ -896,8 +904,8 @@ TEST(CorvidUsage, WrongUsageGivesTheUsageLineAndStatusTwo) {
     EXPECT_EQ(lineCount(r.err), 1);
   }
 
-  for (const char* command : {"build", "info", "langs", "lookup", "translate", "related",
-                              "export", "dict", "dump", "relations", "ontology"}) {
+  for (const char* command : {"build", "info", "langs", "lookup", "translate", "related", "export",
+                              "dict", "dump", "relations", "ontology"}) {
     const Outcome help = corvid({command, "--help"});
     EXPECT_EQ(help.status, 0) << command;
     EXPECT_EQ(help.out.rfind(std::string("usage: corvid ") + command, 0), 0u) << help.out;
@@ -973,12 +981,11 @@ TEST(CorvidEnglish, DogAndItsHyperonymsInWordNet) {
   }
   EXPECT_EQ(found, 1);
 
-  const Outcome up = corvid({"--db", path, "related", "Canis familiaris", "--lang", "en",
-                         "--relation", "hyperonym"});
+  const Outcome up = corvid(
+      {"--db", path, "related", "Canis familiaris", "--lang", "en", "--relation", "hyperonym"});
   EXPECT_EQ(up.status, 0) << up.err;
   EXPECT_NE(up.out.find("02083346  canine 2, canid 1\n"), std::string::npos) << up.out;
-  EXPECT_NE(up.out.find("01317541  domestic animal 1, domesticated animal 1\n"),
-            std::string::npos);
+  EXPECT_NE(up.out.find("01317541  domestic animal 1, domesticated animal 1\n"), std::string::npos);
 
   const Json langs = document(corvid({"--db", path, "langs", "--json"}));
   EXPECT_EQ(langs["languages"][0]["meanings"].number, 117659) << "WordNet 3.0's synsets";

@@ -14,8 +14,8 @@ const Option* findOption(std::initializer_list<Option> options, const std::strin
 
 }  // namespace
 
-Arguments::Arguments(const std::vector<std::string>& args,
-                     std::initializer_list<Option> options, size_t maxWords) {
+Arguments::Arguments(const std::vector<std::string>& args, std::initializer_list<Option> options,
+                     size_t maxWords) {
   bool optionsEnded = false;
   for (size_t i = 0; i < args.size(); ++i) {
     const std::string& a = args[i];

@@ -176,7 +176,6 @@ const Command kBuildCommand = {
 
 const Command kInfoCommand = {
     "info", "info [--db DB] [--json]",
-    "Shows a database's site, data version, languages and record counts per container.\n",
-    runInfo};
+    "Shows a database's site, data version, languages and record counts per container.\n", runInfo};
 
 }  // namespace corvid

@@ -16,9 +16,7 @@ struct Invocation {
   std::string database;           // --db before the command, CORVID_DB, or ./polylex.db
 
   // The command's own --db wins over the one given before it.
-  std::string databasePath(const Arguments& parsed) const {
-    return parsed.value("--db", database);
-  }
+  std::string databasePath(const Arguments& parsed) const { return parsed.value("--db", database); }
 };
 
 struct Command {

@@ -34,8 +34,8 @@ struct DumpedRecord {
 std::string formatted(FlmRecord& record) {
   std::vector<char> buffer(UINT16_MAX, '\0');
   if (!record.Format(buffer.data(), UINT16_MAX))
-    throw Failure{"record " + std::to_string(record.GetID()) + " cannot be shown: " +
-                  record.GetFlmError().GetMessage()};
+    throw Failure{"record " + std::to_string(record.GetID()) +
+                  " cannot be shown: " + record.GetFlmError().GetMessage()};
   std::string text;
   for (const char* c = buffer.data(); *c; ++c)
     if (*c != '\r') text += *c;
@@ -43,8 +43,7 @@ std::string formatted(FlmRecord& record) {
 }
 
 std::string placeName(const Place& place) {
-  return "store " + std::to_string(place.store) + ", container " +
-         std::to_string(place.container);
+  return "store " + std::to_string(place.store) + ", container " + std::to_string(place.container);
 }
 
 DumpedRecord recordNumbered(void* database, const Place& place, uint32_t number) {
@@ -113,8 +112,7 @@ int runDump(const Invocation& run) {
 }  // namespace
 
 const Command kDumpCommand = {
-    "dump",
-    "dump --store N --container N (--record N | --criteria TEXT) [--limit N] [--json]",
+    "dump", "dump --store N --container N (--record N | --criteria TEXT) [--limit N] [--json]",
     "Stored records as tagged text, one line per field with its level: record N, or\n"
     "every record that the criteria select (for example: --criteria '#120 == dog').\n",
     runDump};

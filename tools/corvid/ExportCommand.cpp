@@ -96,8 +96,8 @@ int runExport(const Invocation& run) {
   const std::string code = args.value("--lang");
   Database db(run.databasePath(args));
   Owned<LanguageWordNet> wordnet = db.language(code);
-  std::vector<Owned<Concept>> meanings = byNumber ? meaningNumbered(*wordnet, record, code)
-                                                  : meaningsOf(*wordnet, args.words()[0]);
+  std::vector<Owned<Concept>> meanings =
+      byNumber ? meaningNumbered(*wordnet, record, code) : meaningsOf(*wordnet, args.words()[0]);
   std::vector<ExportedMeaning> found;
   for (Owned<Concept>& meaning : meanings)
     found.push_back({meaning->GetRecordID(), args.has("--record-driven")

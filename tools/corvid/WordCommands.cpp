@@ -171,12 +171,8 @@ std::vector<Owned<LanguageWordNet>> targetLanguages(Database& db, const std::str
 }
 
 int runTranslate(const Invocation& run) {
-  const Arguments args(run.args,
-                       {kDbOption,
-                        kJsonOption,
-                        {"--from", Option::kValue},
-                        {"--to", Option::kValues}},
-                       1);
+  const Arguments args(
+      run.args, {kDbOption, kJsonOption, {"--from", Option::kValue}, {"--to", Option::kValues}}, 1);
   const std::string word = wordOf(args);
   if (!args.has("--from")) throw UsageError{};
   const std::string from = args.value("--from");
@@ -283,19 +279,17 @@ void writeRelated(const std::string& word, const std::string& code,
 }
 
 int runRelated(const Invocation& run) {
-  const Arguments args(run.args,
-                       {kDbOption,
-                        kJsonOption,
-                        {"--lang", Option::kValue},
-                        {"--relation", Option::kValue}},
-                       1);
+  const Arguments args(
+      run.args,
+      {kDbOption, kJsonOption, {"--lang", Option::kValue}, {"--relation", Option::kValue}}, 1);
   const std::string word = wordOf(args);
   if (!args.has("--lang")) throw UsageError{};
   const std::string code = args.value("--lang");
   Database db(run.databasePath(args));
   Owned<LanguageWordNet> wordnet = db.language(code);
   Owned<Relations> relations(db.polylex().GetRelations());
-  const short relation = args.has("--relation") ? relationNamed(*relations, args.value("--relation")) : 0;
+  const short relation =
+      args.has("--relation") ? relationNamed(*relations, args.value("--relation")) : 0;
   std::vector<LinkedMeaning> found;
   for (Owned<Concept>& meaning : meaningsOf(*wordnet, word))
     found.push_back({summarize(*meaning), relatedTo(*meaning, relation, *relations)});

@@ -15,9 +15,9 @@ namespace {
 using corvid::Command;
 
 const Command* const kCommands[] = {
-    &corvid::kBuildCommand,  &corvid::kInfoCommand,      &corvid::kLangsCommand,
-    &corvid::kLookupCommand, &corvid::kTranslateCommand, &corvid::kRelatedCommand,
-    &corvid::kExportCommand, &corvid::kDictCommand,      &corvid::kDumpCommand,
+    &corvid::kBuildCommand,     &corvid::kInfoCommand,      &corvid::kLangsCommand,
+    &corvid::kLookupCommand,    &corvid::kTranslateCommand, &corvid::kRelatedCommand,
+    &corvid::kExportCommand,    &corvid::kDictCommand,      &corvid::kDumpCommand,
     &corvid::kRelationsCommand, &corvid::kOntologyCommand,
 };
 
