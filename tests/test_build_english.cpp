@@ -416,8 +416,8 @@ void EnglishBuild::corvidInfoShowsSiteVersionAndStores() {
 }
 
 TEST(CorvidCommand, WrongUsageAndErrors) {
-  for (const char* args :
-       {"", "build", "build a.db b.db", "build a.db --omw", "info", "info x.db", "frobnicate"}) {
+  for (const char* args : {"", "build", "build a.db b.db", "build a.db --omw", "info --db",
+                           "info x.db", "frobnicate"}) {
     CommandRun r = corvid(args);
     EXPECT_EQ(r.status, 2) << args;
     EXPECT_TRUE(r.err.starts_with("usage: corvid")) << args;
