@@ -16,7 +16,7 @@
 #include "engine/Layout.h"
 #include "engine/build/RecordDumpLoader.h"
 #include "flm/Session.h"
-#include "support/EnglishDatabase.h"
+#include "support/CachedDatabases.h"
 #include "support/TestFiles.h"
 
 extern char** environ;

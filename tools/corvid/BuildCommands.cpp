@@ -87,6 +87,9 @@ void printReport(const PolylexLanguageReport& r) {
         static_cast<unsigned long long>(r.skippedSynsets),
         static_cast<unsigned long long>(r.synsetsWithoutWords),
         static_cast<unsigned long long>(r.skippedLines));
+  if (r.shiftedSynsets)
+    std::printf("    %llu synsets found a few bytes from their offset (moved in this WordNet)\n",
+                static_cast<unsigned long long>(r.shiftedSynsets));
 }
 
 int runBuild(const Invocation& run) {
