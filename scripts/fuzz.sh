@@ -76,15 +76,32 @@ run() {
     -artifact_prefix="$build/artifacts/$t/"
 }
 
+# What the repository keeps of a target's corpus: inputs up to this many bytes
+# and, for database files (a hundred kilobytes each), only a sample of them.
+keep_len() {
+  case "$1" in
+    record_dump) echo 8192 ;;
+    *) max_len "$1" ;;
+  esac
+}
+keep_count() {
+  case "$1" in
+    database) echo 12 ;;
+    *) echo 100000 ;;
+  esac
+}
+
 merge() {
-  local t=$1 into="$fuzz_dir/corpus/$t" old
-  old=$(mktemp -d)
+  local t=$1 into="$fuzz_dir/corpus/$1" pool d
+  pool=$(mktemp -d)
   mkdir -p "$into"
-  [ -n "$(ls -A "$into")" ] && mv "$into"/* "$old"/
-  local sources=("$old")
-  for d in "$build/corpus/$t" "$build/seeds/$t"; do [ -d "$d" ] && sources+=("$d"); done
-  "$bin/fuzz_$t" -merge=1 -max_len="$(max_len "$t")" -rss_limit_mb=2048 "$into" "${sources[@]}"
-  rm -rf "$old"
+  for d in "$into" "$build/corpus/$t" "$build/seeds/$t"; do
+    [ -d "$d" ] && find "$d" -type f -size -"$(( $(keep_len "$t") + 1 ))"c -exec cp -t "$pool" {} +
+  done
+  rm -f "$into"/*
+  "$bin/fuzz_$t" -merge=1 -max_len="$(max_len "$t")" -rss_limit_mb=2048 "$into" "$pool"
+  rm -rf "$pool"
+  find "$into" -type f | sort | tail -n +"$(( $(keep_count "$t") + 1 ))" | xargs -r rm -f
 }
 
 scripts/deps.sh
