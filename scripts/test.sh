@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and runs every test twice: once in an
-# optimised build and once under AddressSanitizer and UndefinedBehaviorSanitizer.
+# optimised build and once under AddressSanitizer and UndefinedBehaviorSanitizer;
+# then replays every fuzz target over its saved corpus and regressions.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -17,3 +18,6 @@ for flavour in release sanitize; do
   echo "== $flavour tests"
   ctest --test-dir "build/$flavour" --output-on-failure -j "$(nproc)"
 done
+
+echo "== fuzz targets over their corpora"
+scripts/fuzz.sh replay

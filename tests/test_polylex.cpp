@@ -3,6 +3,7 @@
 // languages, the relations table, the inter-lingual index and the top
 // ontology.
 #include <corvid5/CorvidEngine.h>
+#include <corvid5/FlmError.h>
 #include <corvid5/ILIRecord.h>
 #include <corvid5/ILIVariant.h>
 #include <corvid5/Language.h>
@@ -21,6 +22,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "engine/Layout.h"
 #include "engine/build/RecordDumpLoader.h"
@@ -75,12 +77,13 @@ STORE 96 CONTAINER 32001
 )";
 
 // Made with the storage engine, closed, and left for Polylex to open.
-std::string makeDatabase(const testfiles::ScratchDir& dir, const std::string& dump) {
+std::string makeDatabase(const testfiles::ScratchDir& dir, const std::string& dump,
+                         const flm::Dictionary& dictionary = layout::polylexDictionary()) {
   const std::string path = dir.file("polylex.db");
   flm::Session* session = nullptr;
   EXPECT_EQ(flm::Session::create(256, 0, &session), flm::FERR_OK);
   flm::Database* db = nullptr;
-  EXPECT_EQ(session->createDatabase(path.c_str(), layout::polylexDictionary(), &db), flm::FERR_OK);
+  EXPECT_EQ(session->createDatabase(path.c_str(), dictionary, &db), flm::FERR_OK);
   std::string error;
   EXPECT_EQ(build::loadRecordDump(db, dump, "polylex", &error), flm::FERR_OK) << error;
   flm::Session::close(&session);
@@ -222,6 +225,28 @@ TEST_F(PolylexTest, LanguagesAreNamedInEachOther) {
   }
   EXPECT_EQ(codes, "en,fr,zz,");
   EXPECT_EQ(wordnet, nullptr);
+  wordnets->Destroy();
+}
+
+// A damaged file whose dictionary lacks a container the exporter reads: a
+// wordnet read from the collection throws while it loads, and is released
+// rather than handed out half made.
+TEST_F(PolylexTest, WordNetThatCannotLoadIsNotHandedOut) {
+  flm::Dictionary damaged = layout::polylexDictionary();
+  std::erase_if(damaged.containers, [](const flm::ContainerDef& c) {
+    return c.number == layout::kLocalUsageLabels;
+  });
+  std::erase_if(damaged.indexes, [](const flm::IndexDef& ix) {
+    return ix.container == layout::kLocalUsageLabels;
+  });
+  path_ = makeDatabase(dir_, fixedRecords("1.3", true, true) + kTables, damaged);
+  polylex_.Open(path_.c_str(), nullptr, 1, 0);
+  LanguageWordNets* wordnets = polylex_.GetLanguageWordNets();
+  LanguageWordNet* index = polylex_.GetILILanguageWordNet();
+  LanguageWordNet* wordnet = index;
+  EXPECT_THROW(wordnets->GetFirst(&wordnet), FlmError);
+  EXPECT_EQ(wordnet, nullptr);
+  index->Destroy();
   wordnets->Destroy();
 }
 

@@ -216,10 +216,13 @@ int LanguageWordNets::Read(int (FlmCursor::*read)(FlmRecord&), LanguageWordNet**
     *out = nullptr;
     return 0;
   }
-  LanguageWordNet* wordnet = new (std::nothrow) LanguageWordNet;
-  *out = wordnet;
+  std::unique_ptr<LanguageWordNet> wordnet(new (std::nothrow) LanguageWordNet);
+  *out = nullptr;
   if (!wordnet) return 0;
+  // Loading makes the exporter, which reads the database and may throw: the
+  // wordnet is then released here, since the caller never got it.
   *wordnet = descriptor;
+  *out = wordnet.release();
   return 1;
 }
 

@@ -1,0 +1,53 @@
+// Small, real inputs for the fuzz targets: a handful of WordNet 3.0 synsets
+// cut out of its database files, the lines of OMW tab files about the same
+// synsets, and a database built from both. They seed the corpora and give the
+// targets that need one a database to work on.
+#ifndef CORVID5_TESTS_FUZZ_SLICES_H
+#define CORVID5_TESTS_FUZZ_SLICES_H
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace fuzzdata {
+
+// The files of a WordNet directory that the importer reads, in the order a
+// fuzz input holds them.
+constexpr std::array<const char*, 8> kWordNetFiles = {"index.noun", "data.noun", "index.verb",
+                                                      "data.verb",  "index.adj", "data.adj",
+                                                      "index.adv",  "data.adv"};
+
+// One fuzz input holding several files: the first `count` - 1 NUL bytes
+// separate them (text files hold none); missing files are empty.
+std::vector<std::string> splitFiles(const uint8_t* data, size_t size, size_t count);
+std::string joinFiles(const std::vector<std::string>& files);
+
+// The sliced synsets' lines of WordNet's files in `wordnetDir`, in the order
+// of kWordNetFiles: each data file keeps its first licence line and the
+// synsets' lines with only the pointers that stay inside the slice; each
+// index file keeps the lines of lemmas with a sense among them. The slice
+// reads as a WordNet of its own.
+std::vector<std::string> wordnetSlice(const std::string& wordnetDir);
+
+// The header and the lines of an OMW tab file about the sliced synsets.
+std::string omwSlice(const std::string& tabPath);
+
+// Writes the files of a WordNet slice (in kWordNetFiles order) into `dir`.
+void writeWordNet(const std::string& dir, const std::vector<std::string>& files);
+
+// OMW tab files whose slices go into the small database and the corpora,
+// relative to the shared data folder: one without definitions, some with
+// definitions and examples, one with kinds of line the database has no place
+// for, one with bare kinds.
+std::vector<std::string> omwSources();
+
+// Builds the slices of WordNet and of every OMW source into a database at
+// `path`, using `workDir` for the sliced files. Throws std::runtime_error
+// with the builder's message when it fails.
+void buildSmallDatabase(const std::string& path, const std::string& workDir);
+
+}  // namespace fuzzdata
+
+#endif
