@@ -8,6 +8,7 @@ packages=(
   libsqlite3-dev libicu-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   wordnet-base
+  valgrind
 )
 
 missing=()
