@@ -5,7 +5,10 @@
 # Far too slow for every change: run it by hand, with nice.
 #
 #   scripts/valgrind.sh                  every test program but the two that
-#                                        build whole wordnets in process
+#                                        build whole wordnets in process and
+#                                        test_wordnets, whose walks of every
+#                                        English word form take minutes even
+#                                        without memcheck
 #   scripts/valgrind.sh test_cursor ...  the named ones only
 #
 # The logs are left in build/release/valgrind/<program>.log.
@@ -35,7 +38,7 @@ else
   programs=()
   for p in "$build"/tests/test_*; do
     case "$(basename "$p")" in
-      test_build_english | test_build_omw) ;;
+      test_build_english | test_build_omw | test_wordnets) ;;
       *) [ -x "$p" ] && programs+=("$(basename "$p")") ;;
     esac
   done
