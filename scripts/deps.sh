@@ -9,6 +9,7 @@ packages=(
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   wordnet-base
   clang libclang-rt-dev
+  valgrind
 )
 
 missing=()

@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and runs every test twice: once in an
-# optimised build and once under AddressSanitizer and UndefinedBehaviorSanitizer;
-# then replays every fuzz target over its saved corpus and regressions.
+# optimised build and once under AddressSanitizer and UndefinedBehaviorSanitizer.
+# The optimised build is also installed into a temporary prefix, and an
+# example program is built and run against the installed package. Last, every
+# fuzz target replays its saved corpus and regressions.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -17,6 +19,10 @@ for flavour in release sanitize; do
   scripts/build.sh "$flavour"
   echo "== $flavour tests"
   ctest --test-dir "build/$flavour" --output-on-failure -j "$(nproc)"
+  if [ "$flavour" = release ]; then
+    echo "== installed package"
+    scripts/install-check.sh "build/$flavour"
+  fi
 done
 
 echo "== fuzz targets over their corpora"

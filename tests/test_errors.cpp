@@ -59,6 +59,9 @@ struct TableRow {
   const char* message;
 };
 
+// Without it GoogleTest names each case by the row's bytes, padding included.
+void PrintTo(const TableRow& row, std::ostream* out) { *out << row.error; }
+
 class PLXTableTest : public testing::TestWithParam<TableRow> {};
 
 TEST_P(PLXTableTest, FormatsTheRowTextAndNumber) {
