@@ -13,26 +13,32 @@ using namespace flm;
 
 namespace {
 
+// What the cache keeps for `id`, or "<none>".
+std::string kept(RecordCache& cache, int64_t id) {
+  std::string_view blob;
+  return cache.find(id, &blob) ? std::string(blob) : "<none>";
+}
+
 TEST(FlmRecordCache, EvictsLeastRecentlyUsedWithinItsBudget) {
   RecordCache cache;
   cache.setLimit(3 * (100 + 96));
   cache.put(1, std::string(100, 'a'));
   cache.put(2, std::string(100, 'b'));
   cache.put(3, std::string(100, 'c'));
-  ASSERT_NE(cache.find(1), nullptr);  // 1 is now the most recent
+  ASSERT_EQ(kept(cache, 1), std::string(100, 'a'));  // 1 is now the most recent
   cache.put(4, std::string(100, 'd'));
-  EXPECT_EQ(cache.find(2), nullptr);
-  EXPECT_EQ(*cache.find(1), std::string(100, 'a'));
-  EXPECT_NE(cache.find(3), nullptr);
-  EXPECT_NE(cache.find(4), nullptr);
+  EXPECT_EQ(kept(cache, 2), "<none>");
+  EXPECT_EQ(kept(cache, 1), std::string(100, 'a'));
+  EXPECT_EQ(kept(cache, 3), std::string(100, 'c'));
+  EXPECT_EQ(kept(cache, 4), std::string(100, 'd'));
   EXPECT_LE(cache.bytes(), 3u * (100 + 96));
 
   cache.put(5, std::string(10000, 'e'));  // larger than the whole budget
-  EXPECT_EQ(cache.find(5), nullptr);
+  EXPECT_EQ(kept(cache, 5), "<none>");
   cache.erase(4);
-  EXPECT_EQ(cache.find(4), nullptr);
+  EXPECT_EQ(kept(cache, 4), "<none>");
   cache.setLimit(0);
-  EXPECT_EQ(cache.find(1), nullptr);
+  EXPECT_EQ(kept(cache, 1), "<none>");
   EXPECT_EQ(cache.bytes(), 0u);
 }
 
@@ -43,10 +49,47 @@ TEST(FlmRecordCache, RewritingOneRecordKeepsTheCacheSmall) {
     cache.erase(7);
     cache.put(7, "record seven, version " + std::to_string(round));
   }
-  EXPECT_EQ(*cache.find(7), "record seven, version 9999");
+  EXPECT_EQ(kept(cache, 7), "record seven, version 9999");
   EXPECT_LT(cache.bytes(), 200u);
   cache.setLimit(10);  // below one entry: everything goes
-  EXPECT_EQ(cache.find(7), nullptr);
+  EXPECT_EQ(kept(cache, 7), "<none>");
+}
+
+// Ids of one container are consecutive and crowd together in the table;
+// erasing some must leave every other one findable, and its bytes intact.
+TEST(FlmRecordCache, ThousandsOfNeighbouringIdsSurviveErasesAmongThem) {
+  RecordCache cache;
+  cache.setLimit(size_t{1} << 30);
+  const int64_t container = int64_t{7} << 32;
+  for (int64_t n = 1; n <= 5000; ++n) cache.put(container + n, "record " + std::to_string(n));
+  for (int64_t n = 3; n <= 5000; n += 3) cache.erase(container + n);
+  cache.put(container + 10, "record 10, rewritten");
+  for (int64_t n = 1; n <= 5000; ++n) {
+    std::string expected = n % 3 == 0 ? "<none>" : "record " + std::to_string(n);
+    if (n == 10) expected = "record 10, rewritten";
+    ASSERT_EQ(kept(cache, container + n), expected) << n;
+  }
+  EXPECT_EQ(kept(cache, container), "<none>");
+  EXPECT_EQ(kept(cache, container + 5001), "<none>");
+  cache.clear();
+  EXPECT_EQ(cache.bytes(), 0u);
+  EXPECT_EQ(kept(cache, container + 1), "<none>");
+}
+
+// A full cache keeps taking records, keeps within its budget, and keeps what
+// was just read.
+TEST(FlmRecordCache, AFullCacheMakesRoomForEachNewRecord) {
+  RecordCache cache;
+  const size_t entry = 100 + 80;
+  cache.setLimit(50 * entry);
+  for (int64_t id = 1; id <= 2000; ++id) {
+    cache.put(id, std::string(100, static_cast<char>('a' + id % 26)));
+    ASSERT_LE(cache.bytes(), 50 * entry);
+    ASSERT_EQ(kept(cache, id), std::string(100, static_cast<char>('a' + id % 26)));
+  }
+  int keptCount = 0;
+  for (int64_t id = 1; id <= 2000; ++id) keptCount += kept(cache, id) != "<none>";
+  EXPECT_EQ(keptCount, 50);
 }
 
 class CachedDatabase : public ::testing::Test {

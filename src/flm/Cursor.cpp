@@ -1,11 +1,10 @@
 #include "flm/Cursor.h"
 
-#include <unicode/ustring.h>
-
 #include <cstring>
 #include <new>
 
 #include "flm/Evaluator.h"
+#include "flm/Unicode.h"
 
 namespace flm {
 namespace {
@@ -19,17 +18,17 @@ Operand textOperand(std::u16string text) {
 // Narrow text arrives in code page 0, which is UTF-8.
 std::u16string fromUtf8(const char* text, size_t bytes) {
   std::u16string out(bytes, u'\0');
-  int32_t units = 0;
-  UErrorCode status = U_ZERO_ERROR;
-  u_strFromUTF8WithSub(out.data(), static_cast<int32_t>(out.size()), &units, text,
-                       static_cast<int32_t>(bytes), 0xFFFD, nullptr, &status);
-  out.resize(U_SUCCESS(status) || status == U_STRING_NOT_TERMINATED_WARNING ? units : 0);
+  int64_t units = utf8ToUtf16(text, bytes, out.data(), true);
+  out.resize(units < 0 ? 0 : static_cast<size_t>(units));
   return out;
 }
 
 }  // namespace
 
-Cursor::Cursor(Database* db, uint32_t store, uint16_t container) : own_{db, store, container} {}
+// Room for a comparison joined to two others without growing.
+Cursor::Cursor(Database* db, uint32_t store, uint16_t container) : own_{db, store, container} {
+  pieces_.reserve(11);
+}
 
 RCODE Cursor::init(Database* db, uint32_t store, uint16_t container, Cursor** out) {
   *out = nullptr;

@@ -153,14 +153,15 @@ RCODE Database::retrieve(uint32_t store, uint16_t container, uint32_t drn, PoolM
   RCODE rc = checkRecord(store, container, drn);
   if (rc) return rc;
   int64_t id = recordId(store, container, drn);
-  if (const std::string* hit = records_.find(id))
-    return decodeRecord(hit->data(), hit->size(), pool, this, store, container, drn, root);
+  std::string_view hit;
+  if (records_.find(id, &hit))
+    return decodeRecord(hit.data(), hit.size(), pool, this, store, container, drn, root);
   std::string blob;
   bool found = false;
   rc = readBlob(id, &blob, &found);
   if (!rc && !found) rc = FERR_NOT_FOUND;
   if (!rc) rc = decodeRecord(blob.data(), blob.size(), pool, this, store, container, drn, root);
-  if (!rc && cachesRecords()) records_.put(id, std::move(blob));
+  if (!rc && cachesRecords()) records_.put(id, blob);
   return rc;
 }
 
@@ -169,7 +170,8 @@ RCODE Database::exists(uint32_t store, uint16_t container, uint32_t drn, bool* f
   RCODE rc = checkRecord(store, container, drn);
   if (rc) return rc == FERR_BAD_DRN ? FERR_OK : rc;
   int64_t id = recordId(store, container, drn);
-  if (records_.find(id)) {
+  std::string_view kept;
+  if (records_.find(id, &kept)) {
     *found = true;
     return FERR_OK;
   }
@@ -178,7 +180,7 @@ RCODE Database::exists(uint32_t store, uint16_t container, uint32_t drn, bool* f
   if (cachesRecords()) {
     std::string blob;
     rc = readBlob(id, &blob, found);
-    if (!rc && *found) records_.put(id, std::move(blob));
+    if (!rc && *found) records_.put(id, blob);
     return rc;
   }
   sqlite3_stmt* stmt;
@@ -189,6 +191,11 @@ RCODE Database::exists(uint32_t store, uint16_t container, uint32_t drn, bool* f
   int src = sqlite3_step(stmt);
   *found = src == SQLITE_ROW;
   return src == SQLITE_ROW || src == SQLITE_DONE ? FERR_OK : fromSqlite(src);
+}
+
+bool Database::kept(uint32_t store, uint16_t container, uint32_t drn) {
+  std::string_view blob;
+  return records_.find(recordId(store, container, drn), &blob);
 }
 
 RCODE Database::storedRecord(uint32_t store, uint16_t container, uint32_t drn, std::string* blob) {

@@ -55,6 +55,9 @@ class Database {
   RCODE recordCount(uint32_t store, uint16_t container, uint32_t* count);
   // Whether a record is stored, without reading it.
   RCODE exists(uint32_t store, uint16_t container, uint32_t drn, bool* found);
+  // Whether a record is among those kept from earlier reads, and so known to
+  // be stored without asking SQLite; false says nothing.
+  bool kept(uint32_t store, uint16_t container, uint32_t drn);
   // Every (store, container) that holds a record, in store and container
   // order.
   RCODE containersInUse(std::vector<std::pair<uint32_t, uint16_t>>* out);
@@ -67,7 +70,7 @@ class Database {
 
   // For the query engine: SQL on this database and its cached statements.
   sqlite3* sql() const { return db_; }
-  RCODE statement(const std::string& sql, sqlite3_stmt** stmt) { return statements_.get(sql, stmt); }
+  RCODE statement(std::string_view sql, sqlite3_stmt** stmt) { return statements_.get(sql, stmt); }
 
   // The share of the session's cache limit this database may use: SQLite's
   // pages, and, where no one else can write, half of it for records read.

@@ -48,6 +48,19 @@ std::vector<const IndexDef*> Dictionary::indexesOn(uint16_t container) const {
   return found;
 }
 
+const IndexDef* Dictionary::indexWithComponent(uint16_t container, const FieldPath& path,
+                                               uint16_t* component) const {
+  for (const IndexDef& ix : indexes) {
+    if (ix.container != container) continue;
+    for (size_t c = 0; c < ix.components.size(); ++c)
+      if (ix.components[c] == path) {
+        *component = static_cast<uint16_t>(c + 1);
+        return &ix;
+      }
+  }
+  return nullptr;
+}
+
 RCODE Dictionary::validate() const {
   if (!uniqueNumbers(fields) || !uniqueNumbers(containers) || !uniqueNumbers(indexes))
     return FERR_DUPLICATE_DICT_REC;

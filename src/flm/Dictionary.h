@@ -55,6 +55,10 @@ class Dictionary {
   bool hasContainer(uint16_t number) const;
   // The indexes kept on a container's records.
   std::vector<const IndexDef*> indexesOn(uint16_t container) const;
+  // The first index on a container that has `path` as a key component, and
+  // which component it is (from 1); null when none has.
+  const IndexDef* indexWithComponent(uint16_t container, const FieldPath& path,
+                                     uint16_t* component) const;
   // Checks numbers are unique and indexes name known containers.
   RCODE validate() const;
 };

@@ -1,9 +1,14 @@
 #include "flm/KeyProbe.h"
 
+#include <array>
 #include <unordered_set>
 
 namespace flm {
 namespace {
+
+enum class Bound : uint8_t { None, Open, Closed };
+
+constexpr char kHead[] = "SELECT drn FROM flm_key WHERE ix = ?1 AND store = ?2 AND component = ?3";
 
 const char* columnName(KeyColumn column) {
   switch (column) {
@@ -13,13 +18,55 @@ const char* columnName(KeyColumn column) {
   }
 }
 
-KeyProbe probeHead(uint16_t index, uint32_t store, uint16_t component) {
-  KeyProbe p;
-  p.sql = "SELECT drn FROM flm_key WHERE ix = ?1 AND store = ?2 AND component = ?3";
-  p.params = {{SqlParam::Integer, index, {}},
-              {SqlParam::Integer, static_cast<int64_t>(store), {}},
-              {SqlParam::Integer, component, {}}};
-  return p;
+std::string rangeText(KeyColumn column, Bound lower, Bound upper) {
+  std::string name = columnName(column);
+  std::string sql = kHead;
+  int param = 4;
+  if (lower == Bound::None && upper == Bound::None) sql += " AND " + name + " IS NOT NULL";
+  if (lower != Bound::None)
+    sql += " AND " + name + (lower == Bound::Closed ? " >= ?" : " > ?") + std::to_string(param++);
+  if (upper != Bound::None)
+    sql += " AND " + name + (upper == Bound::Closed ? " <= ?" : " < ?") + std::to_string(param);
+  return sql;
+}
+
+// The SQL of every probe shape, made once for the process, so that making a
+// probe copies no text and finding its statement hashes the text only.
+std::string_view equalSql(KeyColumn column) {
+  static const std::array<std::string, 3> texts = [] {
+    std::array<std::string, 3> made;
+    for (int c = 0; c < 3; ++c)
+      made[c] = std::string(kHead) + " AND " + columnName(static_cast<KeyColumn>(c)) + " = ?4";
+    return made;
+  }();
+  return texts[static_cast<size_t>(column)];
+}
+
+std::string_view rangeSql(KeyColumn column, Bound lower, Bound upper) {
+  static const std::array<std::string, 27> texts = [] {
+    std::array<std::string, 27> made;
+    for (int c = 0; c < 3; ++c)
+      for (int l = 0; l < 3; ++l)
+        for (int u = 0; u < 3; ++u)
+          made[c * 9 + l * 3 + u] =
+              rangeText(static_cast<KeyColumn>(c), static_cast<Bound>(l), static_cast<Bound>(u));
+    return made;
+  }();
+  return texts[static_cast<size_t>(column) * 9 + static_cast<size_t>(lower) * 3 +
+               static_cast<size_t>(upper)];
+}
+
+Bound bound(const SqlParam* value, bool inclusive) {
+  return !value ? Bound::None : inclusive ? Bound::Closed : Bound::Open;
+}
+
+std::vector<SqlParam> headParams(uint16_t index, uint32_t store, uint16_t component) {
+  std::vector<SqlParam> params;
+  params.reserve(5);
+  params.push_back({SqlParam::Integer, index, {}});
+  params.push_back({SqlParam::Integer, static_cast<int64_t>(store), {}});
+  params.push_back({SqlParam::Integer, component, {}});
+  return params;
 }
 
 void bind(sqlite3_stmt* stmt, int column, const SqlParam& p) {
@@ -34,7 +81,7 @@ void bind(sqlite3_stmt* stmt, int column, const SqlParam& p) {
 
 // Runs a query whose first column is a record number (or, with `idBase`, a
 // record id to subtract it from).
-RCODE collect(Database* db, const std::string& sql, const std::vector<SqlParam>& params,
+RCODE collect(Database* db, std::string_view sql, const std::vector<SqlParam>& params,
               int64_t idBase, std::vector<uint32_t>* drns) {
   sqlite3_stmt* stmt;
   RCODE rc = db->statement(sql, &stmt);
@@ -51,8 +98,7 @@ RCODE collect(Database* db, const std::string& sql, const std::vector<SqlParam>&
 
 KeyProbe probeEqual(uint16_t index, uint32_t store, uint16_t component, KeyColumn column,
                     SqlParam value) {
-  KeyProbe p = probeHead(index, store, component);
-  p.sql += std::string(" AND ") + columnName(column) + " = ?4";
+  KeyProbe p{equalSql(column), headParams(index, store, component)};
   p.params.push_back(std::move(value));
   return p;
 }
@@ -60,17 +106,10 @@ KeyProbe probeEqual(uint16_t index, uint32_t store, uint16_t component, KeyColum
 KeyProbe probeRange(uint16_t index, uint32_t store, uint16_t component, KeyColumn column,
                     const SqlParam* lower, bool lowerInclusive, const SqlParam* upper,
                     bool upperInclusive) {
-  KeyProbe p = probeHead(index, store, component);
-  std::string name = columnName(column);
-  if (!lower && !upper) p.sql += " AND " + name + " IS NOT NULL";
-  if (lower) {
-    p.params.push_back(*lower);
-    p.sql += " AND " + name + (lowerInclusive ? " >= ?" : " > ?") + std::to_string(p.params.size());
-  }
-  if (upper) {
-    p.params.push_back(*upper);
-    p.sql += " AND " + name + (upperInclusive ? " <= ?" : " < ?") + std::to_string(p.params.size());
-  }
+  KeyProbe p{rangeSql(column, bound(lower, lowerInclusive), bound(upper, upperInclusive)),
+             headParams(index, store, component)};
+  if (lower) p.params.push_back(*lower);
+  if (upper) p.params.push_back(*upper);
   return p;
 }
 
@@ -90,10 +129,11 @@ RCODE containerRecords(Database* db, uint32_t store, uint16_t container,
 
 RCODE indexRecords(Database* db, uint16_t index, uint32_t store, uint16_t component, bool text,
                    std::vector<uint32_t>* drns) {
-  KeyProbe p = probeHead(index, store, component);
-  p.sql += text ? " AND sortkey IS NOT NULL ORDER BY sortkey, drn" : " ORDER BY exact, drn";
+  static const std::string byText =
+      std::string(kHead) + " AND sortkey IS NOT NULL ORDER BY sortkey, drn";
+  static const std::string byValue = std::string(kHead) + " ORDER BY exact, drn";
   std::vector<uint32_t> all;
-  RCODE rc = collect(db, p.sql, p.params, 0, &all);
+  RCODE rc = collect(db, text ? byText : byValue, headParams(index, store, component), 0, &all);
   std::unordered_set<uint32_t> seen;
   for (uint32_t drn : all)
     if (seen.insert(drn).second) drns->push_back(drn);

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "flm/Database.h"
@@ -18,9 +19,10 @@ struct SqlParam {
 };
 
 // One SQL query over the key table that yields record numbers. Queries of
-// one shape share their SQL text, and so one compiled statement.
+// one shape share their SQL text, and so one compiled statement; the text
+// lives as long as the process.
 struct KeyProbe {
-  std::string sql;
+  std::string_view sql;
   std::vector<SqlParam> params;
 };
 

@@ -1,7 +1,6 @@
 #include "flm/QueryRun.h"
 
 #include <algorithm>
-#include <unordered_set>
 
 #include "flm/Cursor.h"
 #include "flm/IndexKeys.h"
@@ -129,8 +128,12 @@ class QueryRun {
   RCODE joinCandidates(int set, int term, std::vector<uint32_t>* drns, bool* narrowed,
                        bool* exact) const;
   RCODE existing(int set, std::vector<uint32_t>* drns) const;
+  static RCODE existingOneByOne(const Source& src, const std::vector<uint32_t>& drns,
+                                std::vector<uint32_t>* found);
+  static RCODE existingTogether(const Source& src, std::vector<uint32_t>* drns,
+                                std::vector<uint32_t>* found);
   RCODE bindFrom(size_t depth, uint16_t bound);
-  bool termsHold(int set, uint16_t bound) const;
+  bool termsHold(int set, uint16_t bound, int decided) const;
   RCODE keep(const Binding& result);
   bool orderApplies() const;
   RCODE unconditional(std::vector<uint32_t>* out);
@@ -144,7 +147,6 @@ class QueryRun {
   std::vector<int> order_;
   std::array<Binding, kMaxSets> bindings_{};
   std::array<PoolMemoryManager, kMaxSets> pools_{};
-  std::unordered_set<uint32_t> seen_;
   std::vector<Match> matches_;
 };
 
@@ -155,6 +157,7 @@ void QueryRun::splitConjuncts() {
     terms_ = root.kids;
   else
     terms_ = {criteria_.root};
+  masks_.reserve(terms_.size());
   for (int t : terms_) masks_.push_back(setMask(t));
 }
 
@@ -173,14 +176,9 @@ const FieldDef* QueryRun::fieldDef(int set, const FieldPath& path) const {
 bool QueryRun::indexFor(int set, const FieldPath& path, uint16_t* index,
                         uint16_t* component) const {
   const Source& src = source(set);
-  for (const IndexDef* ix : src.db->dictionary().indexesOn(src.container))
-    for (size_t c = 0; c < ix->components.size(); ++c)
-      if (ix->components[c] == path) {
-        *index = ix->number;
-        *component = static_cast<uint16_t>(c + 1);
-        return true;
-      }
-  return false;
+  const IndexDef* ix = src.db->dictionary().indexWithComponent(src.container, path, component);
+  if (ix) *index = ix->number;
+  return ix != nullptr;
 }
 
 Narrowing QueryRun::narrow(int set) const {
@@ -374,33 +372,44 @@ RCODE QueryRun::joinCandidates(int set, int term, std::vector<uint32_t>* drns, b
 }
 
 // Keeps the numbers that name records of the set, so that what the key table
-// did not find is known to exist without reading it.
+// did not find is known to exist without reading it. Records kept from
+// earlier reads need no asking.
 RCODE QueryRun::existing(int set, std::vector<uint32_t>* drns) const {
   if (drns->empty()) return FERR_OK;
   const Source& src = source(set);
-  int64_t base = Database::recordId(src.store, src.container, 0);
-  std::vector<uint32_t> found;
-  if (drns->size() < 4) {
-    for (uint32_t drn : *drns) {
-      bool stored = false;
-      RCODE rc = src.db->exists(src.store, src.container, drn, &stored);
-      if (rc) return rc;
-      if (stored) found.push_back(drn);
-    }
-  } else {
-    // In order, so that each lookup starts near where the last one ended.
-    std::sort(drns->begin(), drns->end());
-    std::string list = "[";
-    for (uint32_t drn : *drns) list += std::to_string(drn) + ",";
-    list.back() = ']';
-    KeyProbe p{"SELECT r.id - ?2 FROM json_each(?1) AS j, flm_record AS r INDEXED BY "
-               "flm_record_ids WHERE r.id = j.value + ?2",
-               {{SqlParam::Text, 0, std::move(list)}, {SqlParam::Integer, base, {}}}};
-    RCODE rc = runProbe(src.db, p, &found);
+  std::vector<uint32_t> found, unknown;
+  found.reserve(drns->size());
+  for (uint32_t drn : *drns)
+    (src.db->kept(src.store, src.container, drn) ? found : unknown).push_back(drn);
+  RCODE rc = unknown.size() < 4 ? existingOneByOne(src, unknown, &found)
+                                : existingTogether(src, &unknown, &found);
+  if (!rc) *drns = std::move(found);
+  return rc;
+}
+
+RCODE QueryRun::existingOneByOne(const Source& src, const std::vector<uint32_t>& drns,
+                                 std::vector<uint32_t>* found) {
+  for (uint32_t drn : drns) {
+    bool stored = false;
+    RCODE rc = src.db->exists(src.store, src.container, drn, &stored);
     if (rc) return rc;
+    if (stored) found->push_back(drn);
   }
-  *drns = std::move(found);
   return FERR_OK;
+}
+
+RCODE QueryRun::existingTogether(const Source& src, std::vector<uint32_t>* drns,
+                                 std::vector<uint32_t>* found) {
+  // In order, so that each lookup starts near where the last one ended.
+  std::sort(drns->begin(), drns->end());
+  std::string list = "[";
+  for (uint32_t drn : *drns) list += std::to_string(drn) + ",";
+  list.back() = ']';
+  int64_t base = Database::recordId(src.store, src.container, 0);
+  KeyProbe p{"SELECT r.id - ?2 FROM json_each(?1) AS j, flm_record AS r INDEXED BY "
+             "flm_record_ids WHERE r.id = j.value + ?2",
+             {{SqlParam::Text, 0, std::move(list)}, {SqlParam::Integer, base, {}}}};
+  return runProbe(src.db, p, found);
 }
 
 // `*decided` names the conjunct that every candidate meets (-1 for none);
@@ -437,6 +446,7 @@ RCODE QueryRun::candidates(int set, uint16_t bound, std::vector<uint32_t>* drns,
 // each is found through the records already bound.
 void QueryRun::chooseOrder() {
   std::vector<int> left;
+  order_.reserve(kMaxSets);
   uint16_t involved = static_cast<uint16_t>(1u << request_.resultSet);
   for (uint16_t m : masks_) involved |= m;
   for (int s = 0; s < kMaxSets; ++s)
@@ -457,9 +467,10 @@ void QueryRun::chooseOrder() {
   }
 }
 
-bool QueryRun::termsHold(int set, uint16_t bound) const {
+// `decided` names the conjunct the set's candidates are known to meet.
+bool QueryRun::termsHold(int set, uint16_t bound, int decided) const {
   for (size_t i = 0; i < terms_.size(); ++i)
-    if ((masks_[i] & (1u << set)) && !(masks_[i] & ~bound) &&
+    if (static_cast<int>(i) != decided && (masks_[i] & (1u << set)) && !(masks_[i] & ~bound) &&
         evaluator_.truth(terms_[i], bindings_.data()) != Truth::True)
       return false;
   return true;
@@ -490,7 +501,7 @@ RCODE QueryRun::bindFrom(size_t depth, uint16_t bound) {
       continue;
     }
     bindings_[set] = {root, drns[i]};
-    if (!rc && termsHold(set, now)) rc = bindFrom(depth + 1, now);
+    if (!rc && termsHold(set, now, decided)) rc = bindFrom(depth + 1, now);
   }
   bindings_[set] = {};
   return rc;
@@ -502,8 +513,9 @@ bool QueryRun::orderApplies() const {
          request_.orderComponent >= 1 && request_.orderComponent <= ix->components.size();
 }
 
+// A record met through several bindings is kept each time; the copies sort
+// together (one record has one key) and the result lists it once.
 RCODE QueryRun::keep(const Binding& result) {
-  if (!seen_.insert(result.drn).second) return FERR_OK;
   Match m{{}, result.drn};
   if (orderApplies()) {
     const IndexDef* ix = resultDb()->dictionary().index(request_.orderIndex);
@@ -560,7 +572,8 @@ RCODE QueryRun::run(std::vector<uint32_t>* out) {
   else
     std::sort(matches_.begin(), matches_.end(),
               [](const Match& a, const Match& b) { return a.drn < b.drn; });
-  for (const Match& m : matches_) out->push_back(m.drn);
+  for (const Match& m : matches_)
+    if (out->empty() || out->back() != m.drn) out->push_back(m.drn);
   return FERR_OK;
 }
 

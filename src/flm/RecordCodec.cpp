@@ -2,8 +2,6 @@
 
 #include "flm/Unicode.h"
 
-#include <unicode/ustring.h>
-
 #include <cstring>
 
 namespace flm {
@@ -91,13 +89,10 @@ class Reader {
 };
 
 RCODE decodeText(PoolMemoryManager* pool, Node* n, const uint8_t* data, size_t size) {
-  auto* buffer = static_cast<UChar*>(poolAlloc(pool, size * sizeof(UChar)));
+  auto* buffer = static_cast<char16_t*>(poolAlloc(pool, size * sizeof(char16_t)));
   if (!buffer) return FERR_MEM;
-  int32_t units = 0;
-  UErrorCode status = U_ZERO_ERROR;
-  u_strFromUTF8(buffer, static_cast<int32_t>(size), &units, reinterpret_cast<const char*>(data),
-                static_cast<int32_t>(size), &status);
-  if (U_FAILURE(status) && status != U_STRING_NOT_TERMINATED_WARNING) return FERR_DATA_ERROR;
+  int64_t units = utf8ToUtf16(reinterpret_cast<const char*>(data), size, buffer, false);
+  if (units < 0) return FERR_DATA_ERROR;
   n->value = buffer;
   n->length = static_cast<uint32_t>(units) * 2;
   return FERR_OK;

@@ -40,21 +40,21 @@ RCODE fromSqlite(int sqliteCode) {
 
 StatementCache::~StatementCache() { clear(); }
 
-RCODE StatementCache::get(const std::string& sql, sqlite3_stmt** stmt) {
+RCODE StatementCache::get(std::string_view sql, sqlite3_stmt** stmt) {
   auto found = statements_.find(sql);
   if (found != statements_.end()) {
     *stmt = found->second;
     return FERR_OK;
   }
   *stmt = nullptr;
-  int rc = sqlite3_prepare_v3(db_, sql.c_str(), static_cast<int>(sql.size()),
+  int rc = sqlite3_prepare_v3(db_, sql.data(), static_cast<int>(sql.size()),
                               SQLITE_PREPARE_PERSISTENT, stmt, nullptr);
   if (rc != SQLITE_OK) return fromSqlite(rc);
-  statements_.emplace(sql, *stmt);
+  statements_.emplace(std::string(sql), *stmt);
   return FERR_OK;
 }
 
-RCODE StatementCache::run(const std::string& sql) {
+RCODE StatementCache::run(std::string_view sql) {
   sqlite3_stmt* stmt = nullptr;
   RCODE rc = get(sql, &stmt);
   if (rc) return rc;

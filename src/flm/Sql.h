@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 
 #include "flm/ErrorCodes.h"
@@ -24,14 +25,20 @@ class StatementCache {
   StatementCache& operator=(const StatementCache&) = delete;
 
   void attach(sqlite3* db) { db_ = db; }
-  RCODE get(const std::string& sql, sqlite3_stmt** stmt);
+  RCODE get(std::string_view sql, sqlite3_stmt** stmt);
   // Runs a cached statement that takes no parameters and returns no rows.
-  RCODE run(const std::string& sql);
+  RCODE run(std::string_view sql);
   void clear();
 
  private:
+  // Looked up by the text as given, without copying it into a string first.
+  struct TextHash {
+    using is_transparent = void;
+    size_t operator()(std::string_view text) const { return std::hash<std::string_view>{}(text); }
+  };
+
   sqlite3* db_ = nullptr;
-  std::unordered_map<std::string, sqlite3_stmt*> statements_;
+  std::unordered_map<std::string, sqlite3_stmt*, TextHash, std::equal_to<>> statements_;
 };
 
 // One use of a cached statement: reset and unbound when it goes out of scope,

@@ -2,6 +2,8 @@
 
 #include <unicode/ustring.h>
 
+#include <cstdint>
+
 namespace flm {
 
 bool utf16ToUtf8(const uint16_t* text, size_t units, std::string* utf8) {
@@ -14,6 +16,24 @@ bool utf16ToUtf8(const uint16_t* text, size_t units, std::string* utf8) {
                      static_cast<int32_t>(units), 0xFFFD, nullptr, &status);
   utf8->resize(U_SUCCESS(status) ? static_cast<size_t>(written) : 0);
   return U_SUCCESS(status);
+}
+
+// Most stored text is ASCII, which widens byte by byte without ICU.
+int64_t utf8ToUtf16(const char* text, size_t bytes, char16_t* out, bool substitute) {
+  if (bytes > INT32_MAX) return -1;
+  size_t ascii = 0;
+  while (ascii < bytes && static_cast<unsigned char>(text[ascii]) < 0x80) {
+    out[ascii] = static_cast<char16_t>(text[ascii]);
+    ++ascii;
+  }
+  if (ascii == bytes) return static_cast<int64_t>(bytes);
+  int32_t units = 0;
+  UErrorCode status = U_ZERO_ERROR;
+  auto rest = static_cast<int32_t>(bytes - ascii);
+  u_strFromUTF8WithSub(reinterpret_cast<UChar*>(out + ascii), rest, &units, text + ascii, rest,
+                       substitute ? 0xFFFD : U_SENTINEL, nullptr, &status);
+  if (U_FAILURE(status) && status != U_STRING_NOT_TERMINATED_WARNING) return -1;
+  return static_cast<int64_t>(ascii) + units;
 }
 
 }  // namespace flm

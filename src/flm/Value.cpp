@@ -1,10 +1,10 @@
 #include "flm/Value.h"
 
-#include <unicode/ustring.h>
-
 #include <cstdio>
 #include <cstring>
 #include <limits>
+
+#include "flm/Unicode.h"
 
 namespace flm {
 namespace {
@@ -86,13 +86,10 @@ RCODE putUnicode(PoolMemoryManager* pool, Node* n, const uint16_t* text, size_t 
 RCODE putUtf8(PoolMemoryManager* pool, Node* n, const char* text, size_t bytes) {
   if (bytes > INT32_MAX) return FERR_VALUE_TOO_LARGE;
   // UTF-8 never takes fewer bytes than UTF-16 takes code units.
-  auto* buffer = static_cast<UChar*>(poolAlloc(pool, (bytes ? bytes : 1) * sizeof(UChar)));
+  auto* buffer = static_cast<char16_t*>(poolAlloc(pool, (bytes ? bytes : 1) * sizeof(char16_t)));
   if (!buffer) return FERR_MEM;
-  int32_t written = 0;
-  UErrorCode status = U_ZERO_ERROR;
-  u_strFromUTF8WithSub(buffer, static_cast<int32_t>(bytes), &written, text,
-                       static_cast<int32_t>(bytes), 0xFFFD, nullptr, &status);
-  if (U_FAILURE(status) && status != U_STRING_NOT_TERMINATED_WARNING) return FERR_CONV_ILLEGAL;
+  int64_t written = utf8ToUtf16(text, bytes, buffer, true);
+  if (written < 0) return FERR_CONV_ILLEGAL;
   n->value = written ? buffer : nullptr;
   n->length = static_cast<uint32_t>(written) * 2;
   n->type = static_cast<uint8_t>((n->type & kHasSource) | FLM_TEXT_TYPE);
