@@ -143,7 +143,7 @@ LanguageWordNet* english(Polylex& polylex) {
 struct Options {
   const char* database = nullptr;
   const char* words = nullptr;
-  int cacheKilobytes = 0;  // 0: the engine's own
+  int cacheKilobytes = 0;  // 0: the engine's own; at most 65535, an unsigned 16-bit count
   bool translate = false;
 };
 
@@ -156,7 +156,7 @@ bool parse(int argc, char** argv, Options& options) {
       options.translate = true;
     } else if (!std::strcmp(argv[i], "--cache") && i + 1 < argc) {
       options.cacheKilobytes = std::atoi(argv[++i]);
-      if (options.cacheKilobytes <= 0 || options.cacheKilobytes > 32767) return false;
+      if (options.cacheKilobytes <= 0 || options.cacheKilobytes > 65535) return false;
     } else {
       return false;
     }
@@ -173,7 +173,10 @@ int run(const Options& options) {
 
   const Span start;
   CorvidEngine* engine = CorvidEngine::GetInstance();
-  if (options.cacheKilobytes) engine->SetCache(static_cast<int16_t>(options.cacheKilobytes));
+  // The engine takes the limit in a signed 16-bit number that it reads as
+  // unsigned.
+  if (options.cacheKilobytes)
+    engine->SetCache(static_cast<int16_t>(static_cast<uint16_t>(options.cacheKilobytes)));
   Polylex polylex;
   polylex.Open(options.database, nullptr, /*readOnly=*/1, /*exclusive=*/0);
   LanguageWordNet* en = english(polylex);
@@ -182,7 +185,7 @@ int run(const Options& options) {
   Found opening;
   lookUp(*en, others, words.front(), opening);
   std::printf("words %zu\n", words.size());
-  std::printf("cache_kb %d\n", engine->GetCache());
+  std::printf("cache_kb %u\n", static_cast<uint16_t>(engine->GetCache()));
   std::printf("languages %zu\n", others.size());
   report("open_to_first_answer_ms", start, 1e3);
 
