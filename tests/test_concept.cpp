@@ -13,13 +13,10 @@
 #include <corvid5/FxSession.h>
 #include <corvid5/ILIRecord.h>
 #include <corvid5/PLXException.h>
-#include <corvid5/PolylexBuilder.h>
 #include <corvid5/Platform.h>
 
 #include <algorithm>
 #include <cctype>
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <set>
@@ -30,8 +27,6 @@
 #include <vector>
 
 #include "engine/Layout.h"
-#include "engine/build/RecordDumpLoader.h"
-#include "flm/Session.h"
 #include "model/meanings/ConceptExporter.h"
 #include "support/CachedDatabases.h"
 #include "support/LoadedDatabase.h"
@@ -234,6 +229,8 @@ STORE 100 CONTAINER 204
 )";
 
 using Database = testdb::LoadedDatabase;
+using testdb::thrown;
+using testdb::Thrown;
 
 // The library makes its objects; a test reaches them through collections
 // of its own, opened as the library opens them.
@@ -281,25 +278,6 @@ std::vector<uint32_t> walk(C* collection) {
   return ids;
 }
 
-// The PLXException a call throws: its error, FLAIM code and module.
-struct Thrown {
-  int error = -1;
-  uint32_t flaim = 0;
-  std::string message;
-};
-
-Thrown thrown(const std::function<void()>& call) {
-  Thrown t;
-  try {
-    call();
-  } catch (const PLXException& e) {
-    t.error = e.GetError();
-    t.flaim = e.GetFLAIMError();
-    t.message = static_cast<const char*>(e);
-  }
-  return t;
-}
-
 class MeaningsTest : public ::testing::Test {
  protected:
   Owned<Concept> meaning(uint32_t id) {
@@ -318,42 +296,33 @@ class MeaningsTest : public ::testing::Test {
 // ---------------------------------------------------------------------------
 // Collections
 
+// The record a move reads, 0 when it reads none; either way the element
+// stays in the out-argument (released, not reset, on a miss).
+int32_t moved(Concepts& collection, int (Concepts::*move)(Concept**)) {
+  Concept* c = nullptr;
+  const int found = (collection.*move)(&c);
+  EXPECT_NE(c, nullptr);
+  if (!found) return 0;
+  const int32_t id = c->GetRecordID();
+  c->Destroy();
+  return id;
+}
+
 TEST_F(MeaningsTest, NavigationReadsThroughTheCursor) {
   Meanings all(db.handle(), kStore);
   EXPECT_EQ(all.GetCount(), 8);
-  Concept* c = nullptr;
   // An unpositioned cursor reads its first record on GetNext.
-  ASSERT_EQ(all.GetNext(&c), 1);
-  EXPECT_EQ(c->GetRecordID(), 1);
-  c->Destroy();
-  ASSERT_EQ(all.GetPrevious(&c), 0);
-  ASSERT_EQ(all.GetLast(&c), 1);
-  EXPECT_EQ(c->GetRecordID(), 42);
-  c->Destroy();
-  ASSERT_EQ(all.GetPrevious(&c), 1);
-  EXPECT_EQ(c->GetRecordID(), 7);
-  c->Destroy();
-  ASSERT_EQ(all.GetCurrent(&c), 1);
-  EXPECT_EQ(c->GetRecordID(), 7);
-  c->Destroy();
-  ASSERT_EQ(all.GetNext(&c), 1);
-  c->Destroy();
-  // Past the end the released element stays in the out-argument.
-  c = nullptr;
-  EXPECT_EQ(all.GetNext(&c), 0);
-  EXPECT_NE(c, nullptr);
-}
+  const std::pair<int (Concepts::*)(Concept**), int32_t> steps[] = {
+      {&Concepts::GetNext, 1},  {&Concepts::GetPrevious, 0}, {&Concepts::GetLast, 42},
+      {&Concepts::GetPrevious, 7}, {&Concepts::GetCurrent, 7}, {&Concepts::GetNext, 42},
+      {&Concepts::GetNext, 0}};
+  for (const auto& [move, id] : steps) EXPECT_EQ(moved(all, move), id);
 
-TEST_F(MeaningsTest, AnEmptySetReadsNothing) {
   Meanings none(db.handle(), kEmptyStore);
   EXPECT_EQ(none.GetCount(), 0);
-  using Read = int (Concepts::*)(Concept**);
-  for (Read read : {&Concepts::GetFirst, &Concepts::GetNext, &Concepts::GetPrevious,
-                    &Concepts::GetLast, &Concepts::GetCurrent}) {
-    Concept* c = nullptr;
-    EXPECT_EQ((none.*read)(&c), 0);
-    EXPECT_NE(c, nullptr);  // released, not reset
-  }
+  for (auto move : {&Concepts::GetFirst, &Concepts::GetNext, &Concepts::GetPrevious,
+                    &Concepts::GetLast, &Concepts::GetCurrent})
+    EXPECT_EQ(moved(none, move), 0);
 }
 
 TEST_F(MeaningsTest, ItemsByRecordNumberAndByLiteral) {

@@ -10,14 +10,13 @@
 #include <corvid5/PLXException.h>
 #include <corvid5/Platform.h>
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "engine/Layout.h"
-#include "engine/build/RecordDumpLoader.h"
-#include "flm/Session.h"
 #include "model/meanings/ConceptExporter.h"
 #include "model/meanings/RecordExport.h"
 #include "support/LoadedDatabase.h"
@@ -211,6 +210,7 @@ STORE 100 CONTAINER 204
 )";
 
 using Database = testdb::LoadedDatabase;
+using testdb::thrown;
 
 // The library makes its objects; a test reaches them through a collection.
 struct Meanings : Concepts {
@@ -434,12 +434,7 @@ TEST_F(Export, HeaderAndPartOfSpeechLines) {
 TEST_F(Export, MeaningWithoutPartOfSpeech) {
   auto c = meaning(db.handle(), 4);
   char buffer[256];
-  try {
-    c->Export(buffer, sizeof buffer, 0);
-    ADD_FAILURE() << "no exception";
-  } catch (const PLXException& e) {
-    EXPECT_EQ(e.GetError(), errDataLayout);
-  }
+  EXPECT_EQ(thrown([&] { c->Export(buffer, sizeof buffer, 0); }).error, errDataLayout);
   EXPECT_STREQ(buffer, "0 @4@ WORD_MEANING\n");
   EXPECT_EQ(composedText(db.handle(), *c),
             lines({"0 @4@ WORD_MEANING", "  1 PART_OF_SPEECH \"?\""}, "\r\n"));
@@ -458,12 +453,7 @@ Attempt attempt(Concept& c, int size) {
   Attempt a;
   std::vector<char> buffer(static_cast<size_t>(size), 'X');
   char* data = size ? buffer.data() : nullptr;
-  try {
-    c.Export(data, size, 0);
-    a.error = 0;
-  } catch (const PLXException& e) {
-    a.error = e.GetError();
-  }
+  a.error = std::max(thrown([&] { c.Export(data, size, 0); }).error, 0);
   a.untouched = std::string(buffer.begin(), buffer.end()) == std::string(buffer.size(), 'X');
   const char* end =
       size ? static_cast<const char*>(std::memchr(buffer.data(), '\0', buffer.size())) : nullptr;
@@ -560,12 +550,7 @@ TEST(RecordExport, AnUnknownValueKindThrowsAfterItsName) {
   char buffer[64];
   meanings::ExportBuffer out(buffer, sizeof buffer);
   meanings::NameLookup names(nullptr);
-  try {
-    meanings::writeRecord(out, record, table, names);
-    ADD_FAILURE() << "no exception";
-  } catch (const PLXException& e) {
-    EXPECT_EQ(e.GetError(), errUndefined);
-  }
+  EXPECT_EQ(thrown([&] { meanings::writeRecord(out, record, table, names); }).error, errUndefined);
   EXPECT_STREQ(buffer, "  1 ODD");
 }
 
@@ -576,13 +561,9 @@ TEST_F(Export, ComposingWriterNamesAnExceptionAndPassesItOn) {
   ConceptExporter exporter(db.handle(), kStore);
   db.close();
   std::u16string text;
-  try {
-    exporter.Export(*dog, text);
-    ADD_FAILURE() << "no exception";
-  } catch (const PLXException& e) {
-    EXPECT_EQ(e.GetError(), errFlaim);
-    EXPECT_EQ(e.GetFLAIMError(), 0xC00Du);  // the closed handle
-  }
+  const testdb::Thrown t = thrown([&] { exporter.Export(*dog, text); });
+  EXPECT_EQ(t.error, errFlaim);
+  EXPECT_EQ(t.flaim, 0xC00Du);  // the closed handle
   const std::string narrow(text.begin(), text.end());
   const std::string opening = lines({"0 @1@ WORD_MEANING", "  1 PART_OF_SPEECH \"n\""}, "\r\n") +
                               "\r\n# An exception occurred: FLAIM: BAD_HDL [0xC00D] -- "

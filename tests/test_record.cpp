@@ -11,6 +11,7 @@
 
 #include <cstring>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "flm/Database.h"
@@ -111,6 +112,19 @@ class Sample : public ::testing::Test {
   FlmRecord rec{kRoot, 256};
 };
 
+// Where a record or context says it belongs: database, container, store and
+// record number (0 for a context).
+using Place = std::tuple<void*, unsigned short, uint32_t, uint32_t>;
+Place placeOf(const FlmContext& c) { return {c.GetDatabase(), c.GetContainer(), c.GetStore(), 0}; }
+Place placeOf(FlmRecord& r) { return {r.GetDatabase(), r.GetContainer(), r.GetStore(), r.GetID()}; }
+Place sourceOf(FlmRecord& r) {
+  void* database = &r;
+  unsigned short container = 0;
+  uint32_t store = 9, number = 9;
+  r.GetSource(&database, &container, &store, &number);
+  return {database, container, store, number};
+}
+
 class OpenRecord : public FlmRecord {
  public:
   using FlmRecord::CopyNode;
@@ -147,19 +161,14 @@ TEST(RecordContext, HoldsCopiesAndClearsItsThreeValues) {
   int one = 0, two = 0;
   FlmContext context(&one, 32001, 7);
   FlmContext copy(context);
-  EXPECT_EQ(copy.GetDatabase(), &one);
-  EXPECT_EQ(copy.GetContainer(), 32001);
-  EXPECT_EQ(copy.GetStore(), 7u);
+  EXPECT_EQ(placeOf(copy), Place(&one, 32001, 7, 0));
   copy.SetSource(&two, 100, 3);
   context.SetSource(copy);
-  EXPECT_EQ(context.GetDatabase(), &two);
-  EXPECT_EQ(context.GetContainer(), 100);
-  EXPECT_EQ(context.GetStore(), 3u);
+  EXPECT_EQ(placeOf(context), Place(&two, 100, 3, 0));
   copy.ClearSource();
-  EXPECT_EQ(copy.GetDatabase(), nullptr);
-  EXPECT_EQ(copy.GetContainer() + copy.GetStore(), 0u);
+  EXPECT_EQ(placeOf(copy), Place(nullptr, 0, 0, 0));
   copy = context;
-  EXPECT_EQ(copy.GetStore(), 3u);
+  EXPECT_EQ(placeOf(copy), Place(&two, 100, 3, 0));
 }
 
 TEST(RecordBuild, EmptyRecordHasNowhereToGo) {
@@ -405,15 +414,13 @@ TEST(RecordValues, WideAndNarrowText) {
 TEST(RecordValues, NumbersTheirLimitsAndTheRawPutCode) {
   FlmRecord r(kRoot, 256);
   ASSERT_EQ(r.AddField(kNum, kLast, fsRoot, gmChild), 1);
-  EXPECT_EQ(r.Put(uint32_t{0xFFFFFFFF}), 0) << "numeric puts answer 0 for success";
-  EXPECT_EQ(got<uint32_t>(r), "4294967295");
-  EXPECT_EQ(got<int32_t>(r), "CONV_NUM_OVERFLOW");
+  // Numeric puts answer 0 for success.
+  EXPECT_EQ(r.Put(uint32_t{0xFFFFFFFF}), 0);
+  EXPECT_EQ(got<uint32_t>(r) + " " + got<int32_t>(r), "4294967295 CONV_NUM_OVERFLOW");
   EXPECT_EQ(r.Put(int32_t{-2}), 0);
-  EXPECT_EQ(got<short>(r), "-2");
-  EXPECT_EQ(got<unsigned short>(r), "CONV_NUM_UNDERFLOW");
+  EXPECT_EQ(got<short>(r) + " " + got<unsigned short>(r), "-2 CONV_NUM_UNDERFLOW");
   EXPECT_EQ(r.Put(static_cast<unsigned short>(40000)), 0);
-  EXPECT_EQ(got<unsigned short>(r), "40000");
-  EXPECT_EQ(got<short>(r), "CONV_NUM_OVERFLOW");
+  EXPECT_EQ(got<unsigned short>(r) + " " + got<short>(r), "40000 CONV_NUM_OVERFLOW");
   EXPECT_EQ(r.Put(static_cast<short>(-32768)), 0);
   EXPECT_EQ(got<short>(r), "-32768");
   ASSERT_EQ(r.Put("12a"), 1);
@@ -483,14 +490,8 @@ TEST(RecordValues, FindGetReadsAndPutsTheCurrentFieldBack) {
 
 TEST(RecordSource, FreshRecordsHaveNoSource) {
   FlmRecord r(kRoot, 256);
-  void* database = &r;
-  unsigned short container = 0;
-  uint32_t store = 9, number = 9;
-  r.GetSource(&database, &container, &store, &number);
-  EXPECT_EQ(database, nullptr);
-  EXPECT_EQ(container, 32001);
-  EXPECT_EQ(store + number + r.GetID() + r.GetStore(), 0u);
-  EXPECT_EQ(r.GetContainer(), 32001);
+  EXPECT_EQ(sourceOf(r), Place(nullptr, 32001, 0, 0));
+  EXPECT_EQ(placeOf(r), Place(nullptr, 32001, 0, 0));
   FlmRecord empty(kNoTag, 256);
   empty.SetSource(&r, 5, 5, 5);
   EXPECT_EQ(empty.GetFlmError().GetError(), flm::FERR_NULL_RECORD);
@@ -500,17 +501,13 @@ TEST_F(Sample, SetSourceBindsTheRoot) {
   int database = 0;
   ASSERT_EQ(rec.Put("root text"), 1);
   rec.SetSource(&database, 100, 3, 77);
-  EXPECT_EQ(rec.GetID(), 77u);
-  EXPECT_EQ(rec.GetDatabase(), &database);
-  EXPECT_EQ(rec.GetContainer(), 100);
-  EXPECT_EQ(rec.GetStore(), 3u);
+  EXPECT_EQ(placeOf(rec), Place(&database, 100, 3, 77));
   EXPECT_EQ(rec.GetCurrentField(), rootOf(rec)) << "the bound root is current";
   EXPECT_EQ(here(rec), "root text");
 
   goTo(rec, "b1");
   rec.SetSource(FlmContext(nullptr, 200, 4), 0);  // 0 keeps the root's own number
-  EXPECT_EQ(rec.GetID(), 77u);
-  EXPECT_EQ(rec.GetContainer(), 200);
+  EXPECT_EQ(placeOf(rec), Place(nullptr, 200, 4, 77));
   EXPECT_EQ(here(rec), "b1");
 }
 
@@ -646,15 +643,8 @@ TEST_F(RecordStore, AddRetrieveUpdateRemove) {
   ASSERT_EQ(read.Retrieve(db, 0, kPeople, 1), 1);
   EXPECT_EQ(shape(read), "0:1 1:10=apple 1:20");
   EXPECT_EQ(read.FindGetWUWORD(kNum, 1, fsRoot, faSubtree), 3);
-  void* database = nullptr;
-  unsigned short container = 0;
-  uint32_t store = 9, number = 0;
-  read.GetSource(&database, &container, &store, &number);
-  EXPECT_EQ(database, db);
-  EXPECT_EQ(container, kPeople);
-  EXPECT_EQ(store, 0u);
-  EXPECT_EQ(number, 1u);
-  EXPECT_EQ(read.GetID(), 1u);
+  EXPECT_EQ(sourceOf(read), Place(db, kPeople, 0, 1));
+  EXPECT_EQ(placeOf(read), Place(db, kPeople, 0, 1));
 
   read.AssignField(kA, "pear", 1, kLast, fsRoot, faSubtree);
   ASSERT_EQ(read.Update(db, 0, kPeople, 0), 1) << "0: the root's own number";
@@ -681,8 +671,7 @@ TEST_F(RecordStore, ContextFormsUseTheContextsPlace) {
   FlmRecord read(kNoTag, 256);
   EXPECT_EQ(read.Retrieve(db, 0, kOthers, 7), 0) << "store 0 holds no record 7";
   ASSERT_EQ(read.Retrieve(place, 7), 1);
-  EXPECT_EQ(read.GetStore(), 5u);
-  EXPECT_EQ(read.GetContainer(), kOthers);
+  EXPECT_EQ(placeOf(read), Place(db, kOthers, 5, 7));
   read.AssignField(kB, "a gloss", 1, kLast, fsRoot, faSubtree);
   ASSERT_EQ(read.Update(place, 0), 1);
   ASSERT_EQ(read.Retrieve(place, 7), 1);
@@ -737,13 +726,8 @@ TEST_F(RecordStore, CursorReadsBindToTheCursorsContext) {
   FlmRecord r(kRoot, 256);
   ASSERT_EQ(r.CursorFirst(cursor), 0u);
   EXPECT_EQ(shape(r), "0:1 1:10=one 1:20");
-  EXPECT_EQ(r.GetID(), 1u) << "the number the record was read under";
-  EXPECT_EQ(r.GetDatabase(), db);
-  EXPECT_EQ(r.GetContainer(), kPeople);
+  EXPECT_EQ(placeOf(r), Place(db, kPeople, 0, 1)) << "the number the record was read under";
   EXPECT_EQ(r.GetCurrentField(), rootOf(r));
-  ASSERT_EQ(r.CursorNext(cursor), 0u);
-  ASSERT_EQ(r.CursorCurrent(cursor), 0u);
-  EXPECT_EQ(r.GetID(), 2u);
   ASSERT_EQ(r.CursorLast(cursor), 0u);
   EXPECT_EQ(shape(r), "0:1 1:10=three 1:20");
   EXPECT_EQ(r.CursorNext(cursor), uint32_t{flm::FERR_EOF_HIT});
@@ -757,17 +741,9 @@ TEST_F(RecordStore, CursorReadsBindToTheCursorsContext) {
   joining.AddContextToSet(joining.OpenContextSet(), db, 0, kPeople);
   ASSERT_EQ(r.CursorLast(joining), 0u);
   EXPECT_EQ(shape(r), "0:1 1:10=three 1:20");
-  EXPECT_EQ(r.GetContainer(), kOthers);
-  EXPECT_EQ(r.GetStore(), 4u);
-  EXPECT_EQ(r.GetID(), 3u);
-  // Without a place of its own, a joining cursor leaves the record where the
-  // engine found it.
-  FlmCursor placeless(FlmContext(nullptr, kOthers, 4));
-  placeless.AddContextToSet(placeless.OpenContextSet(), db, 0, kPeople);
-  ASSERT_EQ(r.CursorLast(placeless), 0u);
-  EXPECT_EQ(r.GetDatabase(), db);
-  EXPECT_EQ(r.GetContainer(), kPeople);
-  EXPECT_EQ(r.GetID(), 3u);
+  EXPECT_EQ(placeOf(r), Place(db, kOthers, 4, 3));
+  // (Without a place of its own it leaves the record where the engine found
+  // it: test_cursor's ContextSetsJoinPlaces.)
 
   ASSERT_EQ(flm::Session::closeDatabase(&db), flm::FERR_OK);
   EXPECT_EQ(r.CursorFirst(cursor), uint32_t{flm::FERR_BAD_HDL}) << "database closed";

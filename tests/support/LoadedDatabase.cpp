@@ -1,5 +1,6 @@
 #include "support/LoadedDatabase.h"
 
+#include <corvid5/PLXException.h>
 #include <gtest/gtest.h>
 
 #include "engine/Layout.h"
@@ -8,8 +9,7 @@
 
 namespace testdb {
 
-LoadedDatabase::LoadedDatabase(const std::string& dump) : db_(session_) {
-  const std::string path = dir_.file("loaded.db");
+void makeDatabase(const std::string& path, const std::string& dump) {
   flm::Session* session = nullptr;
   EXPECT_EQ(flm::Session::create(256, 0, &session), flm::FERR_OK);
   flm::Database* made = nullptr;
@@ -18,8 +18,25 @@ LoadedDatabase::LoadedDatabase(const std::string& dump) : db_(session_) {
   std::string error;
   EXPECT_EQ(build::loadRecordDump(made, dump, "records", &error), flm::FERR_OK) << error;
   flm::Session::close(&session);
+}
+
+LoadedDatabase::LoadedDatabase(const std::string& dump) : db_(session_) {
+  const std::string path = dir_.file("loaded.db");
+  makeDatabase(path, dump);
   EXPECT_EQ(session_.Open(), 1);
   EXPECT_EQ(db_.Open(path.c_str(), 0, 0), 1);
+}
+
+Thrown thrown(const std::function<void()>& call) {
+  Thrown t;
+  try {
+    call();
+  } catch (const PLXException& e) {
+    t.error = e.GetError();
+    t.flaim = e.GetFLAIMError();
+    t.message = static_cast<const char*>(e);
+  }
+  return t;
 }
 
 }  // namespace testdb

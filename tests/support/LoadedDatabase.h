@@ -6,11 +6,16 @@
 #include <corvid5/FxDatabase.h>
 #include <corvid5/FxSession.h>
 
+#include <cstdint>
+#include <functional>
 #include <string>
 
 #include "support/TestFiles.h"
 
 namespace testdb {
+
+// Makes the database at `path` from `dump` and closes it again.
+void makeDatabase(const std::string& path, const std::string& dump);
 
 class LoadedDatabase {
  public:
@@ -23,6 +28,15 @@ class LoadedDatabase {
   FxSession session_;
   FxDatabase db_;
 };
+
+// The library's exception a call threw: its error (-1 when it threw none),
+// FLAIM code and message.
+struct Thrown {
+  int error = -1;
+  uint32_t flaim = 0;
+  std::string message;
+};
+Thrown thrown(const std::function<void()>& call);
 
 }  // namespace testdb
 
