@@ -378,6 +378,7 @@ class KilledBuild : public ::testing::Test {
   bool killedAfter(Clock::duration after, const std::string& target) {
     const pid_t pid = startCorvid(SmallBuild::get().arguments(target));
     EXPECT_GT(pid, 0);
+    killed_ = pid;
     std::this_thread::sleep_for(after);
     kill(pid, SIGKILL);
     const int status = waitFor(pid);
@@ -395,6 +396,7 @@ class KilledBuild : public ::testing::Test {
 
   testfiles::ScratchDir dir_;
   std::map<std::string, int32_t> complete_;
+  pid_t killed_ = 0;
 };
 
 TEST_F(KilledBuild, TenMomentsLeaveACompleteDatabaseOrNoneAndALaterBuildSucceeds) {
@@ -411,7 +413,6 @@ TEST_F(KilledBuild, TenMomentsLeaveACompleteDatabaseOrNoneAndALaterBuildSucceeds
     std::error_code ignored;
     fs::remove(target, ignored);
     if (hadOne) fs::copy_file(SmallBuild::get().database(), target);
-    const size_t leftBefore = temporaryFilesBeside(target);
     const Clock::time_point start = Clock::now();
     if (!killedAfter(whole * (kills + 1) / 12, target)) {
       whole = Clock::now() - start;
@@ -420,16 +421,17 @@ TEST_F(KilledBuild, TenMomentsLeaveACompleteDatabaseOrNoneAndALaterBuildSucceeds
     }
     SCOPED_TRACE("kill " + std::to_string(kills + 1));
     expectCompleteOrAbsent(target, hadOne);
-    writing += temporaryFilesBeside(target) > leftBefore;
+    writing += fs::exists(target + ".tmp-" + std::to_string(killed_));
     ++kills;
   }
   EXPECT_EQ(kills, 10) << finished << " builds finished before their moment";
   EXPECT_GT(writing, 0) << "no kill came while the database was being written";
 
-  // Killed builds leave their temporary files behind; they hinder nothing.
+  // A killed build leaves its temporary files behind; the next build removes them.
   const int status = waitFor(startCorvid(SmallBuild::get().arguments(target)));
   ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
   EXPECT_EQ(meaningsByLanguage(target), complete_);
+  EXPECT_EQ(temporaryFilesBeside(target), 0u);
 }
 
 // ---------------------------------------------------------------------------

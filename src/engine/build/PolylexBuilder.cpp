@@ -1,7 +1,10 @@
 #include <corvid5/PolylexBuilder.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <charconv>
 #include <filesystem>
 #include <new>
 
@@ -31,12 +34,29 @@ constexpr uint32_t kCacheKilobytes = 512 * 1024;
 
 constexpr char kEnglish[] = "en";
 
+// A build that was killed could not remove its temporary database: the
+// next build beside it does, once no process of that number runs.
+void removeAbandoned(const std::string& output) {
+  const fs::path out(output);
+  const fs::path dir = out.parent_path().empty() ? fs::path(".") : out.parent_path();
+  const std::string prefix = out.filename().string() + ".tmp-";
+  std::error_code ec;
+  for (const auto& entry : fs::directory_iterator(dir, ec)) {
+    const std::string name = entry.path().filename().string();
+    if (!name.starts_with(prefix)) continue;
+    pid_t pid = 0;
+    std::from_chars(name.data() + prefix.size(), name.data() + name.size(), pid);
+    if (pid > 0 && kill(pid, 0) != 0 && errno == ESRCH) fs::remove(entry.path(), ec);
+  }
+}
+
 // The database under construction, under a name of its own beside the
 // output. Unless kept, it is removed.
 class TempDatabase {
  public:
   explicit TempDatabase(const std::string& output)
       : path_(output + ".tmp-" + std::to_string(getpid())) {
+    removeAbandoned(output);
     removeFiles();
     flm::RCODE rc = flm::Session::create(kCacheKilobytes, 0, &session_);
     if (!rc) rc = session_->createDatabase(path_.c_str(), layout::polylexDictionary(), &db_);
