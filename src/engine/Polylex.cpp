@@ -52,9 +52,13 @@ void Polylex::Open(const char* path, const char* directory, int readOnly, int ex
   // A path that does not fit leaves the buffer empty and the open fails.
   flm::pathBuild(reinterpret_cast<char*>(m_szPath), nullptr, nullptr, path, nullptr);
   m_nFlags = static_cast<unsigned char>((exclusive ? kExclusive : 0) | (readOnly ? kReadOnly : 0));
+  // The fields are packed: the handle is written through an aligned copy.
+  void* handle = nullptr;
+  Create_Options options = m_CreateOptions;
   m_Error = engine->OpenDatabase(&m_szPath,
                                  reinterpret_cast<unsigned char*>(const_cast<char*>(directory)),
-                                 m_nFlags, &m_hDatabase, &m_CreateOptions);
+                                 m_nFlags, &handle, &options);
+  m_hDatabase = handle;
   if (!m_Error.Success()) throw PLXException(static_cast<uint32_t>(m_Error), nullptr, 0);
 
   // Byte order on the first three characters: "1.3", "1.4" and "2.0" pass,
