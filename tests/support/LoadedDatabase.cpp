@@ -27,14 +27,14 @@ LoadedDatabase::LoadedDatabase(const std::string& dump) : db_(session_) {
   EXPECT_EQ(db_.Open(path.c_str(), 0, 0), 1);
 }
 
-Thrown thrown(const std::function<void()>& call) {
+Thrown thrown(const std::function<void()>& call, bool withMessage) {
   Thrown t;
   try {
     call();
   } catch (const PLXException& e) {
     t.error = e.GetError();
     t.flaim = e.GetFLAIMError();
-    t.message = static_cast<const char*>(e);
+    if (withMessage) t.message = static_cast<const char*>(e);
   }
   return t;
 }

@@ -30,13 +30,15 @@ class LoadedDatabase {
 };
 
 // The library's exception a call threw: its error (-1 when it threw none),
-// FLAIM code and message.
+// FLAIM code and, when asked for, message. Formatting an exception's message
+// again leaves the earlier text to its reader, so an exception the library
+// already formatted is not asked twice.
 struct Thrown {
   int error = -1;
   uint32_t flaim = 0;
   std::string message;
 };
-Thrown thrown(const std::function<void()>& call);
+Thrown thrown(const std::function<void()>& call, bool withMessage = false);
 
 }  // namespace testdb
 
