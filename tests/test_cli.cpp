@@ -14,9 +14,8 @@
 #include <vector>
 
 #include "engine/Layout.h"
-#include "engine/build/RecordDumpLoader.h"
-#include "flm/Session.h"
 #include "support/CachedDatabases.h"
+#include "support/LoadedDatabase.h"
 #include "support/TestFiles.h"
 
 extern char** environ;
@@ -621,13 +620,7 @@ STORE 101 CONTAINER 204
 std::string makeDatabase(const testfiles::ScratchDir& dir, const std::string& dump,
                          const std::string& name = "polylex.db") {
   const std::string path = dir.file(name);
-  flm::Session* session = nullptr;
-  EXPECT_EQ(flm::Session::create(256, 0, &session), flm::FERR_OK);
-  flm::Database* db = nullptr;
-  EXPECT_EQ(session->createDatabase(path.c_str(), layout::polylexDictionary(), &db), flm::FERR_OK);
-  std::string error;
-  EXPECT_EQ(build::loadRecordDump(db, dump, "cli", &error), flm::FERR_OK) << error;
-  flm::Session::close(&session);
+  testdb::makeDatabase(path, dump, layout::polylexDictionary());
   return path;
 }
 

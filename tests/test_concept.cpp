@@ -494,7 +494,7 @@ TEST_F(MeaningsTest, VariantsWithoutTheirMeaning) {
       EXPECT_EQ(thrown([&] { v->GetBaseConceptID(); }).flaim, r.idCode);
     else
       EXPECT_EQ(v->GetBaseConceptID(), 999);
-    Thrown t = thrown([&] { delete v->GetBaseConcept(); });
+    Thrown t = thrown([&] { delete v->GetBaseConcept(); }, true);
     EXPECT_EQ(t.error, errFlaim);
     EXPECT_EQ(t.flaim, r.meaningCode);
     EXPECT_NE(t.message.find("-- ConceptVariant ("), std::string::npos) << t.message;
@@ -740,7 +740,7 @@ TEST(Concept, UnvalidatedCriteriaThrowTheCursorsCode) {
       [&] { nowhere.GetEqRelation(1); },
   };
   for (const auto& call : calls) {
-    Thrown t = thrown(call);
+    Thrown t = thrown(call, true);
     EXPECT_EQ(t.error, errFlaim);
     EXPECT_NE(t.flaim, 0u);
     EXPECT_EQ(nowhere.GetFlmError().GetError(), t.flaim);

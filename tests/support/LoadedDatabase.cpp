@@ -9,12 +9,12 @@
 
 namespace testdb {
 
-void makeDatabase(const std::string& path, const std::string& dump) {
+void makeDatabase(const std::string& path, const std::string& dump,
+                  const flm::Dictionary& dictionary) {
   flm::Session* session = nullptr;
   EXPECT_EQ(flm::Session::create(256, 0, &session), flm::FERR_OK);
   flm::Database* made = nullptr;
-  EXPECT_EQ(session->createDatabase(path.c_str(), layout::polylexDictionary(), &made),
-            flm::FERR_OK);
+  EXPECT_EQ(session->createDatabase(path.c_str(), dictionary, &made), flm::FERR_OK);
   std::string error;
   EXPECT_EQ(build::loadRecordDump(made, dump, "records", &error), flm::FERR_OK) << error;
   flm::Session::close(&session);
@@ -22,19 +22,19 @@ void makeDatabase(const std::string& path, const std::string& dump) {
 
 LoadedDatabase::LoadedDatabase(const std::string& dump) : db_(session_) {
   const std::string path = dir_.file("loaded.db");
-  makeDatabase(path, dump);
+  makeDatabase(path, dump, layout::polylexDictionary());
   EXPECT_EQ(session_.Open(), 1);
   EXPECT_EQ(db_.Open(path.c_str(), 0, 0), 1);
 }
 
-Thrown thrown(const std::function<void()>& call) {
+Thrown thrown(const std::function<void()>& call, bool withMessage) {
   Thrown t;
   try {
     call();
   } catch (const PLXException& e) {
     t.error = e.GetError();
     t.flaim = e.GetFLAIMError();
-    t.message = static_cast<const char*>(e);
+    if (withMessage) t.message = static_cast<const char*>(e);
   }
   return t;
 }

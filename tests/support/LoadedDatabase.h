@@ -10,12 +10,15 @@
 #include <functional>
 #include <string>
 
+#include "flm/Dictionary.h"
 #include "support/TestFiles.h"
 
 namespace testdb {
 
-// Makes the database at `path` from `dump` and closes it again.
-void makeDatabase(const std::string& path, const std::string& dump);
+// Makes the database at `path` from `dump` and closes it again; the
+// dictionary is the multilingual layout's unless a test damages it.
+void makeDatabase(const std::string& path, const std::string& dump,
+                  const flm::Dictionary& dictionary);
 
 class LoadedDatabase {
  public:
@@ -30,13 +33,15 @@ class LoadedDatabase {
 };
 
 // The library's exception a call threw: its error (-1 when it threw none),
-// FLAIM code and message.
+// FLAIM code and, when asked for, message. Formatting an exception's message
+// again leaves the earlier text to its reader, so an exception the library
+// already formatted is not asked twice.
 struct Thrown {
   int error = -1;
   uint32_t flaim = 0;
   std::string message;
 };
-Thrown thrown(const std::function<void()>& call);
+Thrown thrown(const std::function<void()>& call, bool withMessage = false);
 
 }  // namespace testdb
 
