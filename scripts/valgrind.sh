@@ -32,6 +32,14 @@ if [ ! -f "$CORVID_ENGLISH_DB" ]; then
   "$build/tools/corvid/corvid" build "$CORVID_ENGLISH_DB" --wordnet "${CORVID_WORDNET:-/usr/share/wordnet}" >/dev/null
 fi
 
+# Likewise the database of English and every shared wordnet.
+export CORVID_POLYLEX_DB=${CORVID_POLYLEX_DB:-$build/valgrind-polylex.db}
+if [ ! -f "$CORVID_POLYLEX_DB" ]; then
+  echo "== building the multilingual database"
+  "$build/tools/corvid/corvid" build "$CORVID_POLYLEX_DB" --wordnet "${CORVID_WORDNET:-/usr/share/wordnet}" \
+    --omw "$CORVID_SHARED/data/omw" >/dev/null
+fi
+
 if [ $# -gt 0 ]; then
   programs=("$@")
 else
