@@ -4,7 +4,6 @@
 
 #include <algorithm>
 
-#include <unordered_set>
 #include <vector>
 
 #include "flm/IndexKeys.h"
@@ -18,9 +17,11 @@ constexpr uint32_t kNullDrn = 0xFFFFFFFF;
 
 // Every database that is open in this process, so that a handle kept after
 // its database was closed is refused rather than followed. Never destroyed:
-// sessions may still close databases from handlers that run at exit.
-std::unordered_set<Database*>& liveDatabases() {
-  static auto* live = new std::unordered_set<Database*>;
+// sessions may still close databases from handlers that run at exit. A
+// process keeps few open at once, and every call through a handle asks, so a
+// short list scanned in place beats hashing.
+std::vector<Database*>& liveDatabases() {
+  static auto* live = new std::vector<Database*>;
   return *live;
 }
 
@@ -62,11 +63,11 @@ void bindTextOrNull(sqlite3_stmt* stmt, int column, const KeyValue& v, const std
 
 Database::Database(Session& session, std::string path, uint32_t flags)
     : session_(session), path_(std::move(path)), flags_(flags) {
-  liveDatabases().insert(this);
+  liveDatabases().push_back(this);
 }
 
 Database::~Database() {
-  liveDatabases().erase(this);
+  std::erase(liveDatabases(), this);
   statements_.clear();
   if (db_ && transActive_) execute(db_, "ROLLBACK");
   sqlite3_close_v2(db_);
@@ -74,7 +75,8 @@ Database::~Database() {
 
 Database* Database::fromHandle(void* handle) {
   auto* db = static_cast<Database*>(handle);
-  return liveDatabases().count(db) ? db : nullptr;
+  const std::vector<Database*>& live = liveDatabases();
+  return std::find(live.begin(), live.end(), db) != live.end() ? db : nullptr;
 }
 
 RCODE Database::connect(int sqliteFlags) {
@@ -133,10 +135,15 @@ RCODE Database::open(Session& session, const char* path, uint32_t flags,
 bool Database::cachesRecords() const { return flags_ & (FO_READ_ONLY | FO_EXCLUSIVE); }
 
 void Database::setCacheLimit(uint32_t kilobytes) {
-  uint32_t pages = cachesRecords() ? kilobytes / 2 : kilobytes;
+  // A reader maps the file, so its pages need little cache of their own.
+  uint32_t pages = readOnly() ? kilobytes / 8 : cachesRecords() ? kilobytes / 2 : kilobytes;
   std::string pragma = "PRAGMA cache_size = -" + std::to_string(pages ? pages : 1);
   execute(db_, pragma.c_str());
-  records_.setLimit(cachesRecords() ? size_t{kilobytes - pages} * 1024 : 0);
+  // Records take three quarters of what is left: a key probe's answer is a
+  // few numbers, a record is a few hundred bytes.
+  size_t rest = cachesRecords() ? size_t{kilobytes - pages} * 1024 : 0;
+  records_.setLimit(rest - rest / 4);
+  keys_.setLimit(rest / 4);
 }
 
 RCODE Database::checkTarget(uint32_t store, uint16_t container) const {
@@ -225,6 +232,7 @@ RCODE Database::readBlob(int64_t id, std::string* blob, bool* found) {
 
 template <class Op>
 RCODE Database::atomically(Op op) {
+  keys_.clear();
   RCODE rc = statements_.run("SAVEPOINT flm_write");
   if (rc) return rc;
   rc = op();
@@ -438,6 +446,7 @@ RCODE Database::transAbort() {
   transActive_ = false;
   nextDrns_.clear();
   records_.clear();
+  keys_.clear();
   return rc;
 }
 

@@ -15,8 +15,9 @@
 #include "flm/Collation.h"
 #include "flm/Dictionary.h"
 #include "flm/FileGuard.h"
+#include "flm/KeyCache.h"
 #include "flm/Node.h"
-#include "flm/RecordCache.h"
+#include "flm/BlobCache.h"
 #include "flm/Sql.h"
 
 namespace flm {
@@ -72,8 +73,13 @@ class Database {
   sqlite3* sql() const { return db_; }
   RCODE statement(std::string_view sql, sqlite3_stmt** stmt) { return statements_.get(sql, stmt); }
 
+  // What earlier key probes found; null where another connection could
+  // change the keys behind the cache's back.
+  KeyCache* keyCache() { return cachesRecords() ? &keys_ : nullptr; }
+
   // The share of the session's cache limit this database may use: SQLite's
-  // pages, and, where no one else can write, half of it for records read.
+  // pages, and, where no one else can write, half of it for records read and
+  // keys found.
   void setCacheLimit(uint32_t kilobytes);
 
   // The live database behind a handle; null for a handle that was closed.
@@ -115,7 +121,8 @@ class Database {
   NameTable names_{dictionary_};
   Collation collation_;
   bool transActive_ = false;
-  RecordCache records_;
+  BlobCache records_;
+  KeyCache keys_;
   // Next free numbers by container, known only while this connection holds
   // the write lock of an explicit transaction.
   std::unordered_map<int64_t, uint32_t> nextDrns_;

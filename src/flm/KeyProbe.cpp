@@ -94,6 +94,25 @@ RCODE collect(Database* db, std::string_view sql, const std::vector<SqlParam>& p
   return src == SQLITE_DONE ? FERR_OK : fromSqlite(src);
 }
 
+// The probe as a cache key: its SQL text (which lives as long as the process,
+// so its address names it) and its values.
+std::string_view question(const KeyProbe& probe) {
+  thread_local std::string text;
+  const char* sql = probe.sql.data();
+  text.assign(reinterpret_cast<const char*>(&sql), sizeof sql);
+  for (const SqlParam& p : probe.params) {
+    text += static_cast<char>(p.kind);
+    if (p.kind == SqlParam::Integer) {
+      text.append(reinterpret_cast<const char*>(&p.integer), sizeof p.integer);
+    } else {
+      auto size = static_cast<uint32_t>(p.bytes.size());
+      text.append(reinterpret_cast<const char*>(&size), sizeof size);
+      text += p.bytes;
+    }
+  }
+  return text;
+}
+
 }  // namespace
 
 KeyProbe probeEqual(uint16_t index, uint32_t store, uint16_t component, KeyColumn column,
@@ -114,7 +133,16 @@ KeyProbe probeRange(uint16_t index, uint32_t store, uint16_t component, KeyColum
 }
 
 RCODE runProbe(Database* db, const KeyProbe& probe, std::vector<uint32_t>* drns) {
-  return collect(db, probe.sql, probe.params, 0, drns);
+  KeyCache* cache = db->keyCache();
+  if (!cache) return collect(db, probe.sql, probe.params, 0, drns);
+  std::string_view asked = question(probe);
+  if (cache->find(asked, drns)) return FERR_OK;
+  std::vector<uint32_t> found;
+  RCODE rc = collect(db, probe.sql, probe.params, 0, &found);
+  if (rc) return rc;
+  cache->put(asked, found);
+  drns->insert(drns->end(), found.begin(), found.end());
+  return FERR_OK;
 }
 
 RCODE containerRecords(Database* db, uint32_t store, uint16_t container,

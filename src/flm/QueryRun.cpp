@@ -136,6 +136,7 @@ class QueryRun {
   bool termsHold(int set, uint16_t bound, int decided) const;
   RCODE keep(const Binding& result);
   bool orderApplies() const;
+  bool orderSettled() const;
   RCODE unconditional(std::vector<uint32_t>* out);
 
   const QueryRequest& request_;
@@ -148,6 +149,8 @@ class QueryRun {
   std::array<Binding, kMaxSets> bindings_{};
   std::array<PoolMemoryManager, kMaxSets> pools_{};
   std::vector<Match> matches_;
+  // Results come in the order of an index's keys, which are not all one.
+  bool keyed_ = false;
 };
 
 void QueryRun::splitConjuncts() {
@@ -484,7 +487,7 @@ RCODE QueryRun::bindFrom(size_t depth, uint16_t bound) {
   RCODE rc = candidates(set, bound, &drns, &decided);
   uint16_t now = static_cast<uint16_t>(bound | (1u << set));
   // A record that no other term reads, nor the order, need not be read at all.
-  bool read = decided < 0 || (set == request_.resultSet && orderApplies());
+  bool read = decided < 0 || (set == request_.resultSet && keyed_);
   for (size_t i = 0; i < terms_.size() && !read; ++i)
     read = (masks_[i] & (1u << set)) && static_cast<int>(i) != decided;
   for (size_t i = 0; i < drns.size() && !rc && !read; ++i) {
@@ -507,6 +510,27 @@ RCODE QueryRun::bindFrom(size_t depth, uint16_t bound) {
   return rc;
 }
 
+// An equality of the order's component with a number puts every result at
+// that one key, where the index lists them by record number.
+bool QueryRun::orderSettled() const {
+  const IndexDef* ix = resultDb()->dictionary().index(request_.orderIndex);
+  const FieldPath& path = ix->components[request_.orderComponent - 1];
+  const FieldDef* def = resultDb()->dictionary().field(path.back());
+  if (!def || def->type == FLM_TEXT_TYPE) return false;
+  for (int t : terms_) {
+    const Expr& e = node(t);
+    if (e.kind != Expr::Binary || e.op != FLM_EQ_OP) continue;
+    const Expr& l = node(e.kids[0]);
+    const Expr& r = node(e.kids[1]);
+    const Expr& field = l.kind == Expr::Field ? l : r;
+    const Expr& value = l.kind == Expr::Field ? r : l;
+    if (field.kind == Expr::Field && field.set == request_.resultSet && field.path == path &&
+        value.kind == Expr::Value && value.value.kind == Operand::Number)
+      return true;
+  }
+  return false;
+}
+
 bool QueryRun::orderApplies() const {
   const IndexDef* ix = resultDb()->dictionary().index(request_.orderIndex);
   return ix && ix->container == source(request_.resultSet).container &&
@@ -517,7 +541,7 @@ bool QueryRun::orderApplies() const {
 // together (one record has one key) and the result lists it once.
 RCODE QueryRun::keep(const Binding& result) {
   Match m{{}, result.drn};
-  if (orderApplies()) {
+  if (keyed_) {
     const IndexDef* ix = resultDb()->dictionary().index(request_.orderIndex);
     bool any = false;
     forEachOnPath(result.root, ix->components[request_.orderComponent - 1], [&](const Node* f) {
@@ -562,10 +586,11 @@ RCODE QueryRun::run(std::vector<uint32_t>* out) {
       return FERR_OK;
   for (int s = 0; s < kMaxSets; ++s)
     if (request_.sets[s]) narrowings_[s] = narrow(s);
+  keyed_ = orderApplies() && !orderSettled();
   chooseOrder();
   RCODE rc = bindFrom(0, 0);
   if (rc) return rc;
-  if (orderApplies())
+  if (keyed_)
     std::stable_sort(matches_.begin(), matches_.end(), [](const Match& a, const Match& b) {
       return a.key < b.key || (!(b.key < a.key) && a.drn < b.drn);
     });

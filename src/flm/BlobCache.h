@@ -1,8 +1,9 @@
-// Recently read records in their stored form, within a byte budget. Eviction
-// is by the clock: a record found since the hand last passed it is spared
+// Byte strings by a 64-bit id, within a byte budget: records in their stored
+// form by record id, key probes' answers by a hash of the question. Eviction
+// is by the clock: an entry found since the hand last passed it is spared
 // once, so a hit costs one probe of a flat table and no reordering.
-#ifndef CORVID5_FLM_RECORDCACHE_H
-#define CORVID5_FLM_RECORDCACHE_H
+#ifndef CORVID5_FLM_BLOBCACHE_H
+#define CORVID5_FLM_BLOBCACHE_H
 
 #include <cstddef>
 #include <cstdint>
@@ -13,21 +14,21 @@
 
 namespace flm {
 
-class RecordCache {
+class BlobCache {
  public:
   // A limit of 0 turns the cache off and empties it.
   void setLimit(size_t bytes);
   size_t bytes() const { return bytes_; }
-  // The stored form of a record; false when it is not kept. The bytes stay
-  // valid until the cache is next changed.
+  // The bytes kept for `id`; false when there are none. The bytes stay valid
+  // until the cache is next changed.
   bool find(int64_t id, std::string_view* blob);
   void put(int64_t id, std::string_view blob);
   void erase(int64_t id);
   void clear();
 
  private:
-  // Open addressing with linear probing: a lookup of a record that is kept
-  // reads one slot (and rarely its neighbours), then the record's bytes.
+  // Open addressing with linear probing: a lookup of an entry that is kept
+  // reads one slot (and rarely its neighbours), then the entry's bytes.
   struct Slot {
     int64_t id = 0;
     std::unique_ptr<char[]> blob;  // null: the slot is free

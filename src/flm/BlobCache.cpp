@@ -1,4 +1,4 @@
-#include "flm/RecordCache.h"
+#include "flm/BlobCache.h"
 
 #include <sys/mman.h>
 
@@ -15,7 +15,7 @@ constexpr size_t kHugePage = size_t{2} << 20;
 }  // namespace
 
 template <class T>
-T* RecordCache::HugePages<T>::allocate(size_t n) {
+T* BlobCache::HugePages<T>::allocate(size_t n) {
   size_t bytes = n * sizeof(T);
   if (bytes < kHugePage) {
     if (auto* p = static_cast<T*>(std::malloc(bytes))) return p;
@@ -30,12 +30,12 @@ T* RecordCache::HugePages<T>::allocate(size_t n) {
 
 // Record ids of one container are consecutive; multiplying by a constant
 // near 2^64 / phi spreads them over the whole table.
-size_t RecordCache::home(int64_t id) const {
+size_t BlobCache::home(int64_t id) const {
   uint64_t mixed = static_cast<uint64_t>(id) * 0x9E3779B97F4A7C15ull;
   return static_cast<size_t>(mixed ^ (mixed >> 32)) & (slots_.size() - 1);
 }
 
-RecordCache::Slot* RecordCache::slotOf(int64_t id) {
+BlobCache::Slot* BlobCache::slotOf(int64_t id) {
   if (count_ == 0) return nullptr;
   size_t mask = slots_.size() - 1;
   for (size_t i = home(id);; i = (i + 1) & mask) {
@@ -45,12 +45,12 @@ RecordCache::Slot* RecordCache::slotOf(int64_t id) {
   }
 }
 
-void RecordCache::setLimit(size_t bytes) {
+void BlobCache::setLimit(size_t bytes) {
   limit_ = bytes;
   evictTo(limit_);
 }
 
-bool RecordCache::find(int64_t id, std::string_view* blob) {
+bool BlobCache::find(int64_t id, std::string_view* blob) {
   Slot* s = slotOf(id);
   if (!s) return false;
   s->referenced = true;
@@ -58,7 +58,7 @@ bool RecordCache::find(int64_t id, std::string_view* blob) {
   return true;
 }
 
-void RecordCache::put(int64_t id, std::string_view blob) {
+void BlobCache::put(int64_t id, std::string_view blob) {
   erase(id);
   size_t needed = cost(blob.size());
   if (needed > limit_) return;
@@ -73,7 +73,7 @@ void RecordCache::put(int64_t id, std::string_view blob) {
   if (clock_.size() > 2 * count_ + 64) compactClock();
 }
 
-void RecordCache::insert(Slot entry) {
+void BlobCache::insert(Slot entry) {
   size_t mask = slots_.size() - 1;
   size_t i = home(entry.id);
   while (slots_[i].blob) i = (i + 1) & mask;
@@ -81,7 +81,7 @@ void RecordCache::insert(Slot entry) {
   ++count_;
 }
 
-void RecordCache::grow() {
+void BlobCache::grow() {
   std::vector<Slot, HugePages<Slot>> old(slots_.empty() ? kFirstCapacity : 2 * slots_.size());
   old.swap(slots_);
   count_ = 0;
@@ -91,7 +91,7 @@ void RecordCache::grow() {
 
 // Closes the gap a departing entry leaves, so that every later entry of its
 // run stays reachable from its home slot without markers for the departed.
-void RecordCache::vacate(size_t slot) {
+void BlobCache::vacate(size_t slot) {
   size_t mask = slots_.size() - 1;
   slots_[slot] = Slot{};
   --count_;
@@ -106,8 +106,8 @@ void RecordCache::vacate(size_t slot) {
   }
 }
 
-// Drops the ids of erased records (and repeats) from the clock.
-void RecordCache::compactClock() {
+// Drops the ids of erased entries (and repeats) from the clock.
+void BlobCache::compactClock() {
   clock_.clear();
   for (const Slot& s : slots_)
     if (s.blob) clock_.push_back(s.id);
@@ -116,14 +116,14 @@ void RecordCache::compactClock() {
 
 // Erased ids stay in the clock until the hand reaches them; they are skipped
 // there, which keeps erasing as cheap as finding.
-void RecordCache::erase(int64_t id) {
+void BlobCache::erase(int64_t id) {
   Slot* s = slotOf(id);
   if (!s) return;
   bytes_ -= cost(s->size);
   vacate(static_cast<size_t>(s - slots_.data()));
 }
 
-void RecordCache::clear() {
+void BlobCache::clear() {
   decltype(slots_)().swap(slots_);
   count_ = 0;
   clock_.clear();
@@ -131,7 +131,7 @@ void RecordCache::clear() {
   bytes_ = 0;
 }
 
-void RecordCache::evictTo(size_t limit) {
+void BlobCache::evictTo(size_t limit) {
   while (bytes_ > limit && !clock_.empty()) {
     if (hand_ >= clock_.size()) hand_ = 0;
     Slot* s = slotOf(clock_[hand_]);

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "flm/RecordCache.h"
+#include "flm/BlobCache.h"
 #include "flm/Session.h"
 #include "flm/Value.h"
 #include "support/TestFiles.h"
@@ -14,13 +14,13 @@ using namespace flm;
 namespace {
 
 // What the cache keeps for `id`, or "<none>".
-std::string kept(RecordCache& cache, int64_t id) {
+std::string kept(BlobCache& cache, int64_t id) {
   std::string_view blob;
   return cache.find(id, &blob) ? std::string(blob) : "<none>";
 }
 
-TEST(FlmRecordCache, EvictsLeastRecentlyUsedWithinItsBudget) {
-  RecordCache cache;
+TEST(FlmBlobCache, EvictsLeastRecentlyUsedWithinItsBudget) {
+  BlobCache cache;
   cache.setLimit(3 * (100 + 96));
   cache.put(1, std::string(100, 'a'));
   cache.put(2, std::string(100, 'b'));
@@ -42,8 +42,8 @@ TEST(FlmRecordCache, EvictsLeastRecentlyUsedWithinItsBudget) {
   EXPECT_EQ(cache.bytes(), 0u);
 }
 
-TEST(FlmRecordCache, RewritingOneRecordKeepsTheCacheSmall) {
-  RecordCache cache;
+TEST(FlmBlobCache, RewritingOneRecordKeepsTheCacheSmall) {
+  BlobCache cache;
   cache.setLimit(1 << 20);
   for (int round = 0; round < 10000; ++round) {
     cache.erase(7);
@@ -57,8 +57,8 @@ TEST(FlmRecordCache, RewritingOneRecordKeepsTheCacheSmall) {
 
 // Ids of one container are consecutive and crowd together in the table;
 // erasing some must leave every other one findable, and its bytes intact.
-TEST(FlmRecordCache, ThousandsOfNeighbouringIdsSurviveErasesAmongThem) {
-  RecordCache cache;
+TEST(FlmBlobCache, ThousandsOfNeighbouringIdsSurviveErasesAmongThem) {
+  BlobCache cache;
   cache.setLimit(size_t{1} << 30);
   const int64_t container = int64_t{7} << 32;
   for (int64_t n = 1; n <= 5000; ++n) cache.put(container + n, "record " + std::to_string(n));
@@ -78,8 +78,8 @@ TEST(FlmRecordCache, ThousandsOfNeighbouringIdsSurviveErasesAmongThem) {
 
 // A full cache keeps taking records, keeps within its budget, and keeps what
 // was just read.
-TEST(FlmRecordCache, AFullCacheMakesRoomForEachNewRecord) {
-  RecordCache cache;
+TEST(FlmBlobCache, AFullCacheMakesRoomForEachNewRecord) {
+  BlobCache cache;
   const size_t entry = 100 + 80;
   cache.setLimit(50 * entry);
   for (int64_t id = 1; id <= 2000; ++id) {
