@@ -72,8 +72,8 @@ class Parser {
     const Piece* p = peek();
     if (!p) return fail(FERR_CURSOR_SYNTAX);
     ++pos_;
-    if (p->kind == Piece::Field) return add({Expr::Field, 0, p->set, p->path, {}, {}});
-    if (p->kind == Piece::Value) return add({Expr::Value, 0, 0, {}, p->value, {}});
+    if (p->kind == Piece::Field) return add({Expr::Field, 0, p->set, p, {}});
+    if (p->kind == Piece::Value) return add({Expr::Value, 0, 0, p, {}});
     if (p->op == FLM_LPAREN_OP) {
       int inner = expression(1);
       if (!peekOp(FLM_RPAREN_OP)) return fail(FERR_CURSOR_SYNTAX);
@@ -85,7 +85,7 @@ class Parser {
       if (operand < 0) return -1;
       if (p->op == FLM_MINUS_OP && !yieldsValue(out_->nodes[operand]))
         return fail(FERR_CURSOR_SYNTAX);
-      return add({Expr::Unary, p->op, 0, {}, {}, {operand}});
+      return add({Expr::Unary, p->op, 0, nullptr, {operand}});
     }
     return fail(FERR_CURSOR_SYNTAX);
   }
@@ -114,7 +114,7 @@ class Parser {
       if (rc == FERR_OK) rc = checkKinds(r, l);
       if (rc) return fail(rc);
     }
-    return add({Expr::Binary, op, 0, {}, {}, {left, right}});
+    return add({Expr::Binary, op, 0, nullptr, {left, right}});
   }
 
   // And/or chains become one node with many terms, so that long unions of
@@ -125,21 +125,21 @@ class Parser {
       out_->nodes[left].kids.push_back(right);
       return left;
     }
-    return add({kind, op, 0, {}, {}, {left, right}});
+    return add({kind, op, 0, nullptr, {left, right}});
   }
 
   // A text literal compared with a numeric field must read as a number.
   RCODE checkKinds(const Expr& field, const Expr& literal) const {
     if (field.kind != Expr::Field || literal.kind != Expr::Value || !dictionary_) return FERR_OK;
-    if (literal.value.kind != Operand::Text) return FERR_OK;
+    if (literal.value().kind != Operand::Text) return FERR_OK;
     const FieldDef* def =
-        field.path.back() == FLM_RECID_FIELD ? nullptr : dictionary_->field(field.path.back());
-    bool numeric = field.path.back() == FLM_RECID_FIELD ||
+        field.path().back() == FLM_RECID_FIELD ? nullptr : dictionary_->field(field.path().back());
+    bool numeric = field.path().back() == FLM_RECID_FIELD ||
                    (def && (def->type == FLM_NUMBER_TYPE || def->type == FLM_CONTEXT_TYPE));
     if (!numeric) return FERR_OK;
-    if (!digitsOnly(literal.value.text)) return FERR_CONV_BAD_DIGIT;
+    if (!digitsOnly(literal.value().text)) return FERR_CONV_BAD_DIGIT;
     int64_t ignored;
-    return textAsNumber(literal.value.text, &ignored) ? FERR_OK : FERR_CONV_NUM_OVERFLOW;
+    return textAsNumber(literal.value().text, &ignored) ? FERR_OK : FERR_CONV_NUM_OVERFLOW;
   }
 
   const std::vector<Piece>& pieces_;

@@ -58,15 +58,6 @@ struct Operand {
   std::u16string text;  // Text; Bytes keeps its bytes here, two to a unit
 };
 
-struct Expr {
-  enum Kind : uint8_t { Field, Value, Unary, Binary, All, Any } kind;
-  uint16_t op = 0;       // Unary, Binary
-  uint8_t set = 0;       // Field: the context set it reads, resolved
-  FieldPath path;        // Field
-  Operand value;         // Value
-  std::vector<int> kids; // operands; All/Any: the terms of an and/or chain
-};
-
 // One piece as the cursor was given it.
 struct Piece {
   enum Kind : uint8_t { Field, Op, Value } kind;
@@ -74,6 +65,20 @@ struct Piece {
   uint8_t set = 0;
   FieldPath path;
   Operand value;
+};
+
+// A node of parsed criteria. Fields and values read their path and value
+// from the piece they came from, which outlives the parse: adding a piece
+// makes the criteria parse again.
+struct Expr {
+  enum Kind : uint8_t { Field, Value, Unary, Binary, All, Any } kind;
+  uint16_t op = 0;                // Unary, Binary
+  uint8_t set = 0;                // Field: the context set it reads, resolved
+  const Piece* piece = nullptr;   // Field, Value
+  std::vector<int> kids;          // operands; All/Any: the terms of an and/or chain
+
+  const FieldPath& path() const { return piece->path; }
+  const Operand& value() const { return piece->value; }
 };
 
 struct ParsedCriteria {

@@ -125,6 +125,10 @@ RCODE Database::open(Session& session, const char* path, uint32_t flags,
   // A reader maps the file instead of copying each page it reads: pages then
   // come from the system's file cache however small the engine's own is.
   if (!rc && (flags & FO_READ_ONLY)) rc = execute(d->db_, "PRAGMA mmap_size = 2147418112");
+  // Holding its shared lock anyway, a reader may as well hold one read
+  // transaction for its whole life: a statement then neither opens nor
+  // closes one of its own.
+  if (!rc && (flags & FO_READ_ONLY)) rc = execute(d->db_, "BEGIN; SELECT 1 FROM flm_record LIMIT 1");
   if (rc) return rc;
   *out = std::move(d);
   return FERR_OK;

@@ -110,17 +110,17 @@ void Evaluator::values(int node, const Binding* bindings, std::vector<Operand>* 
   out->clear();
   const Expr& e = criteria_.nodes[node];
   if (e.kind == Expr::Value) {
-    out->push_back(e.value);
+    out->push_back(e.value());
     return;
   }
   if (e.kind == Expr::Field) {
     const Binding& b = bindings[e.set];
     if (!b.root) return;
-    if (e.path.size() == 1 && e.path[0] == FLM_RECID_FIELD) {
+    if (e.path().size() == 1 && e.path()[0] == FLM_RECID_FIELD) {
       out->push_back(Operand{Operand::Number, b.drn, 0, {}});
       return;
     }
-    forEachOnPath(b.root, e.path, [&](const Node* field) {
+    forEachOnPath(b.root, e.path(), [&](const Node* field) {
       Operand o;
       if (operandOf(field, &o)) out->push_back(std::move(o));
     });

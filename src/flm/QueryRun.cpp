@@ -216,12 +216,13 @@ bool QueryRun::narrowTerm(int set, int n, Narrowing* out) const {
   const Expr& l = node(e.kids[0]);
   const Expr& r = node(e.kids[1]);
   if (l.kind == Expr::Field && r.kind == Expr::Value)
-    return narrowComparison(set, e.op, l.path, r.value, out);
+    return narrowComparison(set, e.op, l.path(), r.value(), out);
   // With wildcards on, a text given before the field is matched against the
   // field's text as a pattern, which no key lookup can answer.
-  bool fieldIsPattern = e.op == FLM_EQ_OP && request_.wildcards && l.value.kind == Operand::Text;
+  bool fieldIsPattern = e.op == FLM_EQ_OP && request_.wildcards && l.kind == Expr::Value &&
+                        l.value().kind == Operand::Text;
   if (l.kind == Expr::Value && r.kind == Expr::Field && flipped(e.op) && !fieldIsPattern)
-    return narrowComparison(set, flipped(e.op), r.path, l.value, out);
+    return narrowComparison(set, flipped(e.op), r.path(), l.value(), out);
   return false;
 }
 
@@ -325,7 +326,7 @@ int QueryRun::joinTerm(int set, uint16_t bound) const {
       const Expr& other = node(e.kids[1 - side]);
       uint16_t ix, comp;
       if (mine.kind == Expr::Field && other.kind == Expr::Field && mine.set == set &&
-          other.set != set && (isRecId(mine.path) || indexFor(set, mine.path, &ix, &comp)))
+          other.set != set && (isRecId(mine.path()) || indexFor(set, mine.path(), &ix, &comp)))
         return static_cast<int>(i);
     }
   }
@@ -343,7 +344,7 @@ RCODE QueryRun::joinCandidates(int set, int term, std::vector<uint32_t>* drns, b
   int other = mine == e.kids[0] ? e.kids[1] : e.kids[0];
   std::vector<Operand> values;
   evaluator_.values(other, bindings_.data(), &values);
-  const FieldPath& path = node(mine).path;
+  const FieldPath& path = node(mine).path();
   if (isRecId(path)) {
     int64_t n;
     for (const Operand& v : values) {
@@ -524,8 +525,8 @@ bool QueryRun::orderSettled() const {
     const Expr& r = node(e.kids[1]);
     const Expr& field = l.kind == Expr::Field ? l : r;
     const Expr& value = l.kind == Expr::Field ? r : l;
-    if (field.kind == Expr::Field && field.set == request_.resultSet && field.path == path &&
-        value.kind == Expr::Value && value.value.kind == Operand::Number)
+    if (field.kind == Expr::Field && field.set == request_.resultSet && field.path() == path &&
+        value.kind == Expr::Value && value.value().kind == Operand::Number)
       return true;
   }
   return false;
