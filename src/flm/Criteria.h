@@ -75,7 +75,7 @@ struct Expr {
   uint16_t op = 0;                // Unary, Binary
   uint8_t set = 0;                // Field: the context set it reads, resolved
   const Piece* piece = nullptr;   // Field, Value
-  std::vector<int> kids;          // operands; All/Any: the terms of an and/or chain
+  SmallVector<int, 2> kids;       // operands; All/Any: the terms of an and/or chain
 
   const FieldPath& path() const { return piece->path; }
   const Operand& value() const { return piece->value; }

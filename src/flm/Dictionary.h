@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "flm/Node.h"
+#include "flm/SmallVector.h"
 
 namespace flm {
 
@@ -33,7 +34,7 @@ struct ContainerDef {
 
 // A field path: one tag matches that field anywhere in a record; several are
 // read from the record's root down (the first is the root's tag).
-using FieldPath = std::vector<uint16_t>;
+using FieldPath = SmallVector<uint16_t, 6>;
 
 struct IndexDef {
   uint16_t number;

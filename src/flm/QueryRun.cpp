@@ -142,10 +142,10 @@ class QueryRun {
   const QueryRequest& request_;
   const ParsedCriteria& criteria_;
   Evaluator evaluator_;
-  std::vector<int> terms_;
-  std::vector<uint16_t> masks_;
+  SmallVector<int, 8> terms_;
+  SmallVector<uint16_t, 8> masks_;
   std::array<Narrowing, kMaxSets> narrowings_;
-  std::vector<int> order_;
+  SmallVector<int, kMaxSets> order_;
   std::array<Binding, kMaxSets> bindings_{};
   std::array<PoolMemoryManager, kMaxSets> pools_{};
   std::vector<Match> matches_;
@@ -157,7 +157,7 @@ void QueryRun::splitConjuncts() {
   if (criteria_.root < 0) return;
   const Expr& root = node(criteria_.root);
   if (root.kind == Expr::All)
-    terms_ = root.kids;
+    terms_.assign(root.kids.begin(), root.kids.end());
   else
     terms_ = {criteria_.root};
   masks_.reserve(terms_.size());
@@ -589,6 +589,7 @@ RCODE QueryRun::run(std::vector<uint32_t>* out) {
     if (request_.sets[s]) narrowings_[s] = narrow(s);
   keyed_ = orderApplies() && !orderSettled();
   chooseOrder();
+  matches_.reserve(16);
   RCODE rc = bindFrom(0, 0);
   if (rc) return rc;
   if (keyed_)
@@ -598,6 +599,7 @@ RCODE QueryRun::run(std::vector<uint32_t>* out) {
   else
     std::sort(matches_.begin(), matches_.end(),
               [](const Match& a, const Match& b) { return a.drn < b.drn; });
+  out->reserve(matches_.size());
   for (const Match& m : matches_)
     if (out->empty() || out->back() != m.drn) out->push_back(m.drn);
   return FERR_OK;
