@@ -3,6 +3,7 @@
 #include <unicode/ucol.h>
 #include <unicode/ustring.h>
 
+#include <algorithm>
 #include <vector>
 
 #include "flm/Unicode.h"
@@ -11,6 +12,15 @@ namespace flm {
 namespace {
 
 const UChar* uchars(const uint16_t* text) { return reinterpret_cast<const UChar*>(text); }
+
+// Most words are ASCII, whose case folding is lower-casing A to Z.
+bool isAscii(const std::u16string& text) {
+  for (char16_t c : text)
+    if (c >= 0x80) return false;
+  return true;
+}
+
+char16_t lowerAscii(char16_t c) { return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + 32) : c; }
 int32_t length(const std::u16string& s) { return static_cast<int32_t>(s.size()); }
 
 // The root collation: one order for every language's words, so that a
@@ -82,6 +92,11 @@ bool Collation::secondarySortKey(const std::u16string& text, std::string* key) c
 }
 
 std::u16string Collation::fold(const std::u16string& text) {
+  if (isAscii(text)) {
+    std::u16string lower(text);
+    for (char16_t& c : lower) c = lowerAscii(c);
+    return lower;
+  }
   std::u16string out(text.size() * 3 + 1, u'\0');
   UErrorCode status = U_ZERO_ERROR;
   int32_t n = u_strFoldCase(out.data(), length(out), text.data(), length(text),
@@ -102,7 +117,11 @@ int Collation::order(const std::u16string& a, const std::u16string& b, bool case
 }
 
 bool Collation::equal(const std::u16string& a, const std::u16string& b, bool caseSensitive) const {
-  return caseSensitive ? a == b : fold(a) == fold(b);
+  if (caseSensitive) return a == b;
+  if (isAscii(a) && isAscii(b))
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](char16_t x, char16_t y) { return lowerAscii(x) == lowerAscii(y); });
+  return fold(a) == fold(b);
 }
 
 bool Collation::wildcardMatch(const std::u16string& text, const std::u16string& pattern,

@@ -162,19 +162,20 @@ RCODE Database::checkRecord(uint32_t store, uint16_t container, uint32_t drn) co
 }
 
 RCODE Database::retrieve(uint32_t store, uint16_t container, uint32_t drn, PoolMemoryManager* pool,
-                         Node** root) {
+                         Node** root, const ValueTags* valuesOf) {
   *root = nullptr;
   RCODE rc = checkRecord(store, container, drn);
   if (rc) return rc;
   int64_t id = recordId(store, container, drn);
   std::string_view hit;
   if (records_.find(id, &hit))
-    return decodeRecord(hit.data(), hit.size(), pool, this, store, container, drn, root);
+    return decodeRecord(hit.data(), hit.size(), pool, this, store, container, drn, root, valuesOf);
   std::string blob;
   bool found = false;
   rc = readBlob(id, &blob, &found);
   if (!rc && !found) rc = FERR_NOT_FOUND;
-  if (!rc) rc = decodeRecord(blob.data(), blob.size(), pool, this, store, container, drn, root);
+  if (!rc)
+    rc = decodeRecord(blob.data(), blob.size(), pool, this, store, container, drn, root, valuesOf);
   if (!rc && cachesRecords()) records_.put(id, blob);
   return rc;
 }

@@ -12,12 +12,13 @@
 #include <utility>
 #include <vector>
 
+#include "flm/BlobCache.h"
 #include "flm/Collation.h"
 #include "flm/Dictionary.h"
 #include "flm/FileGuard.h"
 #include "flm/KeyCache.h"
 #include "flm/Node.h"
-#include "flm/BlobCache.h"
+#include "flm/RecordCodec.h"
 #include "flm/Sql.h"
 
 namespace flm {
@@ -45,9 +46,10 @@ class Database {
   const NameTable& nameTable() const { return names_; }
   const Collation& collation() const { return collation_; }
 
-  // Reads a record into `pool`; its root is bound to where it lives.
+  // Reads a record into `pool`; its root is bound to where it lives. With
+  // `valuesOf`, only those fields carry their values.
   RCODE retrieve(uint32_t store, uint16_t container, uint32_t drn, PoolMemoryManager* pool,
-                 Node** root);
+                 Node** root, const ValueTags* valuesOf = nullptr);
   // Adds the tree at `root`. A `*drn` of 0 takes the container's next number
   // (one past its highest) and hands it back.
   RCODE add(uint32_t store, uint16_t container, uint32_t* drn, const Node* root);

@@ -1,15 +1,18 @@
 #include "flm/Node.h"
 
 #include <cstring>
+#include <new>
 
 namespace flm {
 namespace {
 
 template <class T>
 T* makeNode(PoolMemoryManager* pool, uint16_t tag, RCODE* rc) {
-  auto* n = static_cast<T*>(poolCalloc(pool, sizeof(T)));
-  *rc = n ? FERR_OK : FERR_MEM;
-  if (n) n->tag = tag;
+  void* place = poolAlloc(pool, sizeof(T));
+  *rc = place ? FERR_OK : FERR_MEM;
+  if (!place) return nullptr;
+  auto* n = new (place) T{};
+  n->tag = tag;
   return n;
 }
 

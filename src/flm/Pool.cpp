@@ -5,17 +5,6 @@
 
 namespace flm {
 
-struct PoolBlock {
-  PoolBlock* prev;
-  uint32_t refs;
-  uint32_t size;
-  uint32_t used;
-  uint32_t pad;
-  // Payload follows, 8-byte aligned.
-  unsigned char* data() { return reinterpret_cast<unsigned char*>(this + 1); }
-};
-static_assert(sizeof(PoolBlock) % 8 == 0);
-
 namespace {
 
 constexpr size_t kAlign = 8;
@@ -66,19 +55,14 @@ void poolShare(PoolMemoryManager* to, const PoolMemoryManager& from) {
   if (to->block) ++to->block->refs;
 }
 
-void* poolAlloc(PoolMemoryManager* pool, size_t size) {
-  size = alignUp(size ? size : 1);
-  PoolBlock* b = pool->block;
-  if (!b || b->size - b->used < size) {
-    size_t want = size > pool->blockSize ? size : pool->blockSize;
-    // The new block takes over the pool's reference to the old one.
-    PoolBlock* fresh = newBlock(b, alignUp(want));
-    if (!fresh) return nullptr;
-    pool->block = b = fresh;
-  }
-  void* p = b->data() + b->used;
-  b->used += static_cast<uint32_t>(size);
-  return p;
+void* poolAllocFromNewBlock(PoolMemoryManager* pool, size_t size) {
+  size_t want = size > pool->blockSize ? size : pool->blockSize;
+  // The new block takes over the pool's reference to the old one.
+  PoolBlock* fresh = newBlock(pool->block, alignUp(want));
+  if (!fresh) return nullptr;
+  pool->block = fresh;
+  fresh->used = static_cast<uint32_t>(size);
+  return fresh->data();
 }
 
 void* poolCalloc(PoolMemoryManager* pool, size_t size) {

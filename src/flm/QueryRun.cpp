@@ -137,6 +137,7 @@ class QueryRun {
   RCODE keep(const Binding& result);
   bool orderApplies() const;
   bool orderSettled() const;
+  void findValuesRead();
   RCODE unconditional(std::vector<uint32_t>* out);
 
   const QueryRequest& request_;
@@ -151,6 +152,8 @@ class QueryRun {
   std::vector<Match> matches_;
   // Results come in the order of an index's keys, which are not all one.
   bool keyed_ = false;
+  // By set: the fields whose values the criteria and the order read.
+  std::array<ValueTags, kMaxSets> valuesRead_;
 };
 
 void QueryRun::splitConjuncts() {
@@ -499,7 +502,8 @@ RCODE QueryRun::bindFrom(size_t depth, uint16_t bound) {
     poolReset(&pools_[set], nullptr);
     Node* root = nullptr;
     const Source& src = source(set);
-    rc = src.db->retrieve(src.store, src.container, drns[i], &pools_[set], &root);
+    rc = src.db->retrieve(src.store, src.container, drns[i], &pools_[set], &root,
+                          &valuesRead_[set]);
     if (rc == FERR_NOT_FOUND) {
       rc = FERR_OK;
       continue;
@@ -530,6 +534,18 @@ bool QueryRun::orderSettled() const {
       return true;
   }
   return false;
+}
+
+void QueryRun::findValuesRead() {
+  auto add = [](ValueTags& tags, uint16_t tag) {
+    if (std::find(tags.begin(), tags.end(), tag) == tags.end()) tags.push_back(tag);
+  };
+  for (const Expr& e : criteria_.nodes)
+    if (e.kind == Expr::Field) add(valuesRead_[e.set], e.path().back());
+  if (keyed_) {
+    const IndexDef* ix = resultDb()->dictionary().index(request_.orderIndex);
+    add(valuesRead_[request_.resultSet], ix->components[request_.orderComponent - 1].back());
+  }
 }
 
 bool QueryRun::orderApplies() const {
@@ -588,6 +604,7 @@ RCODE QueryRun::run(std::vector<uint32_t>* out) {
   for (int s = 0; s < kMaxSets; ++s)
     if (request_.sets[s]) narrowings_[s] = narrow(s);
   keyed_ = orderApplies() && !orderSettled();
+  findValuesRead();
   chooseOrder();
   matches_.reserve(16);
   RCODE rc = bindFrom(0, 0);

@@ -2,6 +2,7 @@
 
 #include "flm/Unicode.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace flm {
@@ -157,7 +158,8 @@ RCODE encodeRecord(const Node* root, std::string* out) {
 }
 
 RCODE decodeRecord(const void* data, size_t size, PoolMemoryManager* pool, void* database,
-                   uint32_t store, uint16_t container, uint32_t drn, Node** root) {
+                   uint32_t store, uint16_t container, uint32_t drn, Node** root,
+                   const ValueTags* valuesOf) {
   *root = nullptr;
   Reader r(data, size);
   uint8_t format;
@@ -181,7 +183,8 @@ RCODE decodeRecord(const void* data, size_t size, PoolMemoryManager* pool, void*
     if (!n) return rc;
     n->level = level;
     n->type = static_cast<uint8_t>(n->type | type);
-    if ((rc = decodeValue(pool, n, value, length)) != FERR_OK) return rc;
+    bool wanted = !valuesOf || std::find(valuesOf->begin(), valuesOf->end(), tag) != valuesOf->end();
+    if (wanted && (rc = decodeValue(pool, n, value, length)) != FERR_OK) return rc;
     if (first) {
       *root = n;
     } else {

@@ -2,11 +2,18 @@
 
 #include <unicode/ustring.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 namespace flm {
 
 bool utf16ToUtf8(const uint16_t* text, size_t units, std::string* utf8) {
+  if (std::all_of(text, text + units, [](uint16_t c) { return c < 0x80; })) {
+    utf8->resize(units);
+    for (size_t i = 0; i < units; ++i) (*utf8)[i] = static_cast<char>(text[i]);
+    return true;
+  }
   auto* source = reinterpret_cast<const UChar*>(text);
   // Three bytes per code unit always suffice: one pass, no preflight.
   utf8->resize(units * 3);
@@ -22,6 +29,12 @@ bool utf16ToUtf8(const uint16_t* text, size_t units, std::string* utf8) {
 int64_t utf8ToUtf16(const char* text, size_t bytes, char16_t* out, bool substitute) {
   if (bytes > INT32_MAX) return -1;
   size_t ascii = 0;
+  // Eight bytes at a time while none has its high bit set.
+  for (uint64_t chunk; ascii + 8 <= bytes; ascii += 8) {
+    std::memcpy(&chunk, text + ascii, 8);
+    if (chunk & 0x8080808080808080ull) break;
+    for (size_t i = 0; i < 8; ++i) out[ascii + i] = static_cast<char16_t>(text[ascii + i]);
+  }
   while (ascii < bytes && static_cast<unsigned char>(text[ascii]) < 0x80) {
     out[ascii] = static_cast<char16_t>(text[ascii]);
     ++ascii;
