@@ -1,10 +1,13 @@
-// Records kept in memory after a read: within their budget, least recently
-// used out first, and never stale after this connection's own writes.
+// Records and key probes' answers kept in memory after a read: within their
+// budget, least recently used out first, and never stale after this
+// connection's own writes.
 #include <gtest/gtest.h>
 
 #include <string>
 
 #include "flm/BlobCache.h"
+#include "flm/Cursor.h"
+#include "flm/KeyCache.h"
 #include "flm/Session.h"
 #include "flm/Value.h"
 #include "support/TestFiles.h"
@@ -92,6 +95,27 @@ TEST(FlmBlobCache, AFullCacheMakesRoomForEachNewRecord) {
   EXPECT_EQ(keptCount, 50);
 }
 
+TEST(FlmKeyCache, AnswersOnlyTheQuestionItKeptAndAppends) {
+  KeyCache cache;
+  cache.setLimit(4096);
+  const std::string question = std::string("probe\0one", 9);
+  cache.put(question, {7, 3, 9});
+  cache.put("probe two", {});
+  std::vector<uint32_t> found = {1};
+  ASSERT_TRUE(cache.find(question, &found));
+  EXPECT_EQ(found, (std::vector<uint32_t>{1, 7, 3, 9}));
+  found.clear();
+  EXPECT_TRUE(cache.find("probe two", &found));  // an empty answer is an answer
+  EXPECT_TRUE(found.empty());
+  EXPECT_FALSE(cache.find(std::string("probe\0onf", 9), &found));
+  EXPECT_FALSE(cache.find("probe", &found));
+  cache.clear();
+  EXPECT_FALSE(cache.find(question, &found));
+  // An answer larger than the whole budget is not kept.
+  cache.put(question, std::vector<uint32_t>(2000, 1));
+  EXPECT_FALSE(cache.find(question, &found));
+}
+
 class CachedDatabase : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -99,6 +123,7 @@ class CachedDatabase : public ::testing::Test {
     path_ = dir_.file("cache.db");
     Dictionary d;
     d.fields = {{1, "name", FLM_TEXT_TYPE}};
+    d.indexes = {{100, "byName", FLM_DATA_CONTAINER, {{1}}}};
     ASSERT_EQ(Session::create(1024, 0, &session_), FERR_OK);
     Database* db = nullptr;
     ASSERT_EQ(session_->createDatabase(path_.c_str(), d, &db), FERR_OK);
@@ -120,6 +145,19 @@ class CachedDatabase : public ::testing::Test {
   RCODE add(Database* db, const char* name) {
     uint32_t drn = 1;
     return db->add(0, FLM_DATA_CONTAINER, &drn, record(name));
+  }
+  // The records named `name`, found through the index.
+  std::vector<uint32_t> named(const char* name) {
+    Cursor* c = nullptr;
+    const uint16_t path[] = {1};
+    std::vector<uint32_t> found;
+    if (Cursor::init(db_, 0, FLM_DATA_CONTAINER, &c) || c->addField(path, 1, 0) ||
+        c->addOp(FLM_EQ_OP) || c->addValue(FLM_STRING_VAL, name, 0))
+      return {0};
+    uint32_t drn = 0;
+    for (RCODE rc = c->moveFirst(&drn); rc == FERR_OK; rc = c->moveNext(&drn)) found.push_back(drn);
+    Cursor::free(&c);
+    return found;
   }
   std::u16string stored() {
     Node* root = nullptr;
@@ -149,8 +187,27 @@ TEST_F(CachedDatabase, AbortedChangesDoNotLinger) {
   ASSERT_EQ(db_->transBegin(), FERR_OK);
   ASSERT_EQ(db_->modify(0, FLM_DATA_CONTAINER, 1, record("uncommitted")), FERR_OK);
   EXPECT_EQ(stored(), u"uncommitted");  // read back, and so kept, inside the transaction
+  EXPECT_EQ(named("uncommitted"), (std::vector<uint32_t>{1}));
   ASSERT_EQ(db_->transAbort(), FERR_OK);
   EXPECT_EQ(stored(), u"first");
+  EXPECT_EQ(named("uncommitted"), (std::vector<uint32_t>{}));
+  EXPECT_EQ(named("first"), (std::vector<uint32_t>{1}));
+}
+
+// Each question below is asked twice, the second time of the key cache.
+TEST_F(CachedDatabase, OwnWritesChangeWhatTheIndexAnswers) {
+  for (int twice = 0; twice < 2; ++twice) EXPECT_EQ(named("first"), (std::vector<uint32_t>{1}));
+  ASSERT_EQ(db_->modify(0, FLM_DATA_CONTAINER, 1, record("second")), FERR_OK);
+  for (int twice = 0; twice < 2; ++twice) {
+    EXPECT_EQ(named("first"), (std::vector<uint32_t>{}));
+    EXPECT_EQ(named("second"), (std::vector<uint32_t>{1}));
+  }
+  uint32_t drn = 0;
+  ASSERT_EQ(db_->add(0, FLM_DATA_CONTAINER, &drn, record("second")), FERR_OK);
+  for (int twice = 0; twice < 2; ++twice)
+    EXPECT_EQ(named("second"), (std::vector<uint32_t>{1, drn}));
+  ASSERT_EQ(db_->remove(0, FLM_DATA_CONTAINER, 1), FERR_OK);
+  EXPECT_EQ(named("second"), (std::vector<uint32_t>{drn}));
 }
 
 }  // namespace

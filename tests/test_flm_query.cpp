@@ -1132,9 +1132,11 @@ class FlmQueryOrder : public QueryFixture {
     }
   }
 
-  Drns ordered(const Terms& terms, uint16_t index, uint16_t component, bool master) {
+  Drns ordered(const Terms& terms, uint16_t index, uint16_t component, bool master,
+               uint32_t mode = FLM_CASE) {
     Cursor* c = nullptr;
     EXPECT_EQ(Cursor::init(db_, 0, kData, &c), FERR_OK);
+    EXPECT_EQ(c->setMode(mode), FERR_OK);
     if (master) {
       EXPECT_EQ(c->setMasterIndex(index, component), FERR_OK);
     } else {
@@ -1177,9 +1179,27 @@ TEST_F(FlmQueryOrder, KeyOrderOfTheChosenComponent) {
     EXPECT_EQ(ordered({fld({kEntry, kLiteral}), kLt, str("c")}, kByLiteral, 2, master),
               (Drns{8, 3, 2, 6}));
   }
+  // Without case, an equal text still orders by the collation's full key.
+  EXPECT_EQ(ordered({fld({kEntry, kLiteral}), kEq, str("APPLE")}, kByLiteral, 1, true, FLM_NOCASE),
+            (Drns{5, 2}));
   // Without an index: record-number order.
   EXPECT_EQ(select(kData, {fld({kCount}), kNe, num(3)}), (Drns{1, 2, 4, 6, 7, 8}));
   EXPECT_EQ(select(kData, {}).size(), 8u);
+}
+
+// An equality with a number puts every result at that key, where the index
+// lists them by record number, whatever other keys they have.
+TEST_F(FlmQueryOrder, AnEqualKeyListsByRecordNumber) {
+  for (std::vector<int64_t> counts : {std::vector<int64_t>{20}, {20, -500}}) {  // 9, 10
+    Rec r(kEntry);
+    for (int64_t n : counts) r.number(kCount, n);
+    add(kData, r);
+  }
+  for (bool master : {true, false}) {
+    EXPECT_EQ(ordered({fld({kCount}), kEq, num(20)}, kByLiteral, 2, master), (Drns{2, 6, 9, 10}));
+    EXPECT_EQ(ordered({fld({kCount}), kLe, num(20)}, kByLiteral, 2, master),
+              (Drns{10, 8, 4, 3, 2, 6, 9}));
+  }
 }
 
 TEST_F(FlmQueryOrder, RealAndBinaryKeysOrderWithOrWithoutCriteria) {
