@@ -149,7 +149,8 @@ class QueryRun {
   SmallVector<int, kMaxSets> order_;
   std::array<Binding, kMaxSets> bindings_{};
   std::array<PoolMemoryManager, kMaxSets> pools_{};
-  std::vector<Match> matches_;
+  std::vector<Match> matches_;  // with keys to order them by
+  std::vector<uint32_t>* found_ = nullptr;  // without
   // Results come in the order of an index's keys, which are not all one.
   bool keyed_ = false;
   // By set: the fields whose values the criteria and the order read.
@@ -382,12 +383,12 @@ RCODE QueryRun::joinCandidates(int set, int term, std::vector<uint32_t>* drns, b
 // did not find is known to exist without reading it. Records kept from
 // earlier reads need no asking.
 RCODE QueryRun::existing(int set, std::vector<uint32_t>* drns) const {
-  if (drns->empty()) return FERR_OK;
   const Source& src = source(set);
+  auto kept = [&](uint32_t drn) { return src.db->kept(src.store, src.container, drn); };
+  if (std::all_of(drns->begin(), drns->end(), kept)) return FERR_OK;
   std::vector<uint32_t> found, unknown;
   found.reserve(drns->size());
-  for (uint32_t drn : *drns)
-    (src.db->kept(src.store, src.container, drn) ? found : unknown).push_back(drn);
+  for (uint32_t drn : *drns) (kept(drn) ? found : unknown).push_back(drn);
   RCODE rc = unknown.size() < 4 ? existingOneByOne(src, unknown, &found)
                                 : existingTogether(src, &unknown, &found);
   if (!rc) *drns = std::move(found);
@@ -452,25 +453,26 @@ RCODE QueryRun::candidates(int set, uint16_t bound, std::vector<uint32_t>* drns,
 // The best narrowed set drives; then sets reachable by a join follow, so that
 // each is found through the records already bound.
 void QueryRun::chooseOrder() {
-  std::vector<int> left;
-  order_.reserve(kMaxSets);
-  uint16_t involved = static_cast<uint16_t>(1u << request_.resultSet);
-  for (uint16_t m : masks_) involved |= m;
+  auto left = static_cast<uint16_t>(1u << request_.resultSet);
+  for (uint16_t m : masks_) left |= m;
   for (int s = 0; s < kMaxSets; ++s)
-    if ((involved & (1u << s)) && request_.sets[s]) left.push_back(s);
+    if (!request_.sets[s]) left &= static_cast<uint16_t>(~(1u << s));
   uint16_t bound = 0;
-  while (!left.empty()) {
-    auto next = left.begin();
-    for (auto it = left.begin(); it != left.end(); ++it) {
-      bool joins = bound && joinTerm(*it, bound) >= 0;
-      bool nextJoins = bound && joinTerm(*next, bound) >= 0;
-      if ((joins && !nextJoins) ||
-          (joins == nextJoins && narrowings_[*it].rank > narrowings_[*next].rank))
-        next = it;
+  while (left) {
+    int next = -1;
+    bool nextJoins = false;
+    for (int s = 0; s < kMaxSets; ++s) {
+      if (!(left & (1u << s))) continue;
+      bool joins = bound && joinTerm(s, bound) >= 0;
+      if (next < 0 || (joins && !nextJoins) ||
+          (joins == nextJoins && narrowings_[s].rank > narrowings_[next].rank)) {
+        next = s;
+        nextJoins = joins;
+      }
     }
-    order_.push_back(*next);
-    bound |= static_cast<uint16_t>(1u << *next);
-    left.erase(next);
+    order_.push_back(next);
+    bound |= static_cast<uint16_t>(1u << next);
+    left &= static_cast<uint16_t>(~(1u << next));
   }
 }
 
@@ -557,28 +559,29 @@ bool QueryRun::orderApplies() const {
 // A record met through several bindings is kept each time; the copies sort
 // together (one record has one key) and the result lists it once.
 RCODE QueryRun::keep(const Binding& result) {
-  Match m{{}, result.drn};
-  if (keyed_) {
-    const IndexDef* ix = resultDb()->dictionary().index(request_.orderIndex);
-    bool any = false;
-    forEachOnPath(result.root, ix->components[request_.orderComponent - 1], [&](const Node* f) {
-      KeyValue v;
-      if (!makeKeyValue(f, resultDb()->collation(), &v)) return;
-      OrderKey k;
-      k.rank = v.kind == KeyValue::Text    ? OrderKey::Text
-               : v.kind == KeyValue::Bytes ? OrderKey::Bytes
-                                           : OrderKey::Number;
-      k.real = v.kind == KeyValue::Real;
-      k.integer = v.integer;
-      k.value = v.real;
-      k.bytes = v.kind == KeyValue::Text ? v.sortKey : v.exact;
-      if (!any || k < m.key) m.key = k;
-      any = true;
-    });
-    // Through an index, a record without a key in it is not found.
-    if (!any) return FERR_OK;
+  if (!keyed_) {
+    found_->push_back(result.drn);
+    return FERR_OK;
   }
-  matches_.push_back(std::move(m));
+  Match m{{}, result.drn};
+  const IndexDef* ix = resultDb()->dictionary().index(request_.orderIndex);
+  bool any = false;
+  forEachOnPath(result.root, ix->components[request_.orderComponent - 1], [&](const Node* f) {
+    KeyValue v;
+    if (!makeKeyValue(f, resultDb()->collation(), &v)) return;
+    OrderKey k;
+    k.rank = v.kind == KeyValue::Text    ? OrderKey::Text
+             : v.kind == KeyValue::Bytes ? OrderKey::Bytes
+                                         : OrderKey::Number;
+    k.real = v.kind == KeyValue::Real;
+    k.integer = v.integer;
+    k.value = v.real;
+    k.bytes = v.kind == KeyValue::Text ? v.sortKey : v.exact;
+    if (!any || k < m.key) m.key = k;
+    any = true;
+  });
+  // Through an index, a record without a key in it is not found.
+  if (any) matches_.push_back(std::move(m));
   return FERR_OK;
 }
 
@@ -606,16 +609,17 @@ RCODE QueryRun::run(std::vector<uint32_t>* out) {
   keyed_ = orderApplies() && !orderSettled();
   findValuesRead();
   chooseOrder();
-  matches_.reserve(16);
+  found_ = out;
   RCODE rc = bindFrom(0, 0);
   if (rc) return rc;
-  if (keyed_)
-    std::stable_sort(matches_.begin(), matches_.end(), [](const Match& a, const Match& b) {
-      return a.key < b.key || (!(b.key < a.key) && a.drn < b.drn);
-    });
-  else
-    std::sort(matches_.begin(), matches_.end(),
-              [](const Match& a, const Match& b) { return a.drn < b.drn; });
+  if (!keyed_) {
+    std::sort(out->begin(), out->end());
+    out->erase(std::unique(out->begin(), out->end()), out->end());
+    return FERR_OK;
+  }
+  std::stable_sort(matches_.begin(), matches_.end(), [](const Match& a, const Match& b) {
+    return a.key < b.key || (!(b.key < a.key) && a.drn < b.drn);
+  });
   out->reserve(matches_.size());
   for (const Match& m : matches_)
     if (out->empty() || out->back() != m.drn) out->push_back(m.drn);
