@@ -23,6 +23,8 @@ MeaningSummary summarize(Concept& meaning) {
 
 std::vector<Owned<Concept>> meaningsOf(LanguageWordNet& wordnet, const std::string& word) {
   Owned<Concepts> concepts(wordnet.GetConcepts(word.c_str()));
+  // People type "paris" for Paris and "Dog" at the start of a sentence.
+  concepts->CaseSensitive(0);
   std::vector<Owned<Concept>> out;
   forEach(*concepts, [&](Owned<Concept> meaning) { out.push_back(std::move(meaning)); });
   return out;

@@ -304,7 +304,8 @@ int runRelated(const Invocation& run) {
 
 const Command kLookupCommand = {
     "lookup", "lookup WORD [--lang CODE]... [--json]",
-    "Every meaning of the word form, in the languages given (all when none is):\n"
+    "Every meaning of the word form, whatever its case, in the languages given\n"
+    "(all when none is):\n"
     "its record number, part of speech, the WordNet offset of its index record,\n"
     "its variants (literal and sense) and its definition.\n",
     runLookup};
