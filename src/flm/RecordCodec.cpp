@@ -164,6 +164,7 @@ RCODE decodeRecord(const void* data, size_t size, PoolMemoryManager* pool, void*
   Reader r(data, size);
   uint8_t format;
   if (!r.byte(&format) || format != kFormat || r.done()) return FERR_DATA_ERROR;
+  Node* first = nullptr;
   Node* tail = nullptr;
   while (!r.done()) {
     uint8_t level, type;
@@ -172,12 +173,12 @@ RCODE decodeRecord(const void* data, size_t size, PoolMemoryManager* pool, void*
     if (!r.byte(&level) || !r.varint(&tag) || !r.byte(&type) || !r.varint(&length) ||
         !r.bytes(length, &value))
       return FERR_DATA_ERROR;
-    bool first = tail == nullptr;
-    if (tag > 0xFFFF || type > FLM_TMSTAMP_TYPE || (first ? level != 0 : level == 0) ||
-        (!first && level > tail->level + 1))
+    bool atRoot = tail == nullptr;
+    if (tag > 0xFFFF || type > FLM_TMSTAMP_TYPE || (atRoot ? level != 0 : level == 0) ||
+        (!atRoot && level > tail->level + 1))
       return FERR_DATA_ERROR;
     RCODE rc;
-    Node* n = first ? nodeMakeWithSource(pool, static_cast<uint16_t>(tag), database, store,
+    Node* n = atRoot ? nodeMakeWithSource(pool, static_cast<uint16_t>(tag), database, store,
                                          container, drn, &rc)
                     : nodeMake(pool, static_cast<uint16_t>(tag), &rc);
     if (!n) return rc;
@@ -185,14 +186,16 @@ RCODE decodeRecord(const void* data, size_t size, PoolMemoryManager* pool, void*
     n->type = static_cast<uint8_t>(n->type | type);
     bool wanted = !valuesOf || std::find(valuesOf->begin(), valuesOf->end(), tag) != valuesOf->end();
     if (wanted && (rc = decodeValue(pool, n, value, length)) != FERR_OK) return rc;
-    if (first) {
-      *root = n;
+    if (atRoot) {
+      first = n;
     } else {
       tail->next = n;
       n->prev = tail;
     }
     tail = n;
   }
+  // Only a whole record is handed out: a damaged one leaves no partial tree.
+  *root = first;
   return FERR_OK;
 }
 
