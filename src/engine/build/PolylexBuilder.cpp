@@ -64,10 +64,6 @@ class TempDatabase {
       flm::Session::close(&session_);
       throw BuildError(path_ + ": cannot make the database: " + flm::errorName(rc));
     }
-    // Every add is a savepoint inside the build's long transactions, and
-    // SQLite keeps the pages a savepoint changes in a statement journal: in
-    // a temporary file that is millions of writes, in memory next to none.
-    sqlite3_exec(db_->sql(), "PRAGMA temp_store = MEMORY", nullptr, nullptr, nullptr);
   }
   ~TempDatabase() {
     flm::Session::close(&session_);
