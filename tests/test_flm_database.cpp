@@ -273,9 +273,7 @@ TEST(FlmRecordStore, NumberZeroTakesOnePastTheHighest) {
       {0, u"person", "1", kPeople}, {0, u"store two", "1", kData0, 2},
       {0, u"store max", "1", kData0, kMaxStore},
   };
-  for (const auto& a : adds) {
-    EXPECT_EQ(addAt(db, a.drn, a.name, a.container, a.store), a.number);
-  }
+  for (const auto& a : adds) EXPECT_EQ(addAt(db, a.drn, a.name, a.container, a.store), a.number);
   EXPECT_EQ(exactKeys(db, kByName, 5), Keys{"five"}) << "a refused add writes no keys";
   // Deleting the highest lets its number be taken again.
   ASSERT_EQ(db->remove(0, kData0, 11), FERR_OK);
@@ -409,9 +407,7 @@ TEST(FlmRecordStore, AWriteRefusedMidwayLeavesTheStoredRecord) {
   EXPECT_EQ(storedName(t.db(), 7), u"seven");
   EXPECT_EQ(storedName(t.db(), 8).substr(0, 5), std::u16string(5, u'a' + 8));
   EXPECT_EQ(storedName(t.db(), 9).size(), 102u);
-  for (uint32_t i = 1; i <= 21; ++i) {
-    EXPECT_EQ(exactKeys(t.db(), kByName, i).size(), 1u) << i;
-  }
+  for (uint32_t i = 1; i <= 21; ++i) EXPECT_EQ(exactKeys(t.db(), kByName, i).size(), 1u) << i;
   EXPECT_EQ(queryText(t.db(), "PRAGMA integrity_check"), "ok");
 }
 
@@ -451,9 +447,7 @@ TEST(FlmRecordStore, NumbersInsideATransactionFollowTheHighest) {
   Database* db = t.db();
   ASSERT_EQ(addAt(db, 0, u"outside"), "1");
   ASSERT_EQ(db->transBegin(), FERR_OK);
-  for (const char* expected : {"2", "3", "4"}) {
-    EXPECT_EQ(addAt(db, 0, u"inside"), expected);
-  }
+  for (const char* expected : {"2", "3", "4"}) EXPECT_EQ(addAt(db, 0, u"inside"), expected);
   EXPECT_EQ(addAt(db, 20, u"explicit"), "20");
   EXPECT_EQ(addAt(db, 0, u"after explicit"), "21");
   ASSERT_EQ(db->remove(0, kData0, 21), FERR_OK);
@@ -543,9 +537,7 @@ TEST(FlmRecordStore, ReadingManyRecordsStaysWithinTheCacheLimit) {
   const int64_t pageSize = queryInt(t.db(), "PRAGMA page_size");
   ASSERT_GT(queryInt(t.db(), "PRAGMA page_count") * pageSize, 1024 * 1024);
   auto readAllAndMeasure = [&](Database* db) {
-    for (uint32_t i = 1; i <= 3000; ++i) {
-      EXPECT_EQ(retrieved(db, 0, kData0, i), FERR_OK) << i;
-    }
+    for (uint32_t i = 1; i <= 3000; ++i) EXPECT_EQ(retrieved(db, 0, kData0, i), FERR_OK) << i;
     int current = 0, highest = 0;
     EXPECT_EQ(sqlite3_db_status(db->sql(), SQLITE_DBSTATUS_CACHE_USED, &current, &highest, 0),
               SQLITE_OK);

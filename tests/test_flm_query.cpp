@@ -1220,9 +1220,7 @@ TEST_F(FlmQueryParse, MalformedCriteria) {
   }
   Cursor* c = nullptr;
   ASSERT_EQ(Cursor::init(db_, 0, kData, &c), FERR_OK);
-  for (uint16_t unknown : {17, 38, 41}) {
-    EXPECT_EQ(c->addOp(unknown), FERR_CURSOR_SYNTAX) << unknown;
-  }
+  for (uint16_t unknown : {17, 38, 41}) EXPECT_EQ(c->addOp(unknown), FERR_CURSOR_SYNTAX) << unknown;
   uint16_t zero = 0;
   EXPECT_EQ(c->addField(&zero, 1, 0), FERR_BAD_FIELD_NUM);
   EXPECT_EQ(c->addField(nullptr, 0, 0), FERR_INVALID_PARM);
@@ -1243,9 +1241,7 @@ TEST_F(FlmQueryParse, TextMustSpellANumberForNumericFields) {
       {{cnt, kEq, str("99999999999999999999")}, FERR_CONV_NUM_OVERFLOW},
       {{cnt, kEq, str("9999999999999999999")}, FERR_CONV_NUM_OVERFLOW},
   };
-  for (const auto& [terms, rc] : cases) {
-    EXPECT_EQ(validateError(terms), rc) << show(terms);
-  }
+  for (const auto& [terms, rc] : cases) EXPECT_EQ(validateError(terms), rc) << show(terms);
 }
 
 TEST_F(FlmQueryParse, NumbersAtTheEdgesOfSixtyFourBits) {
