@@ -15,7 +15,7 @@
 #include "flm/Database.h"
 #include "flm/ErrorCodes.h"
 #include "flm/Session.h"
-#include "support/TestFiles.h"
+#include "support/FlmNodes.h"
 
 namespace {
 
@@ -67,19 +67,21 @@ struct OptionWords : FlmCursor {
 // named "12" holding 7. Meanings (container 101): fruit, tree, number.
 //   1 pear 3 x 2    2 apple 1 y 1    3 Banana 3 x 1
 //   4 -5 2 z 3      5 café -7 x 1    6 big apple 4 w 2
+flm::Dictionary wordsDictionary() {
+  flm::Dictionary d;
+  d.fields = {{kEntry, "ENTRY", flm::FLM_TEXT_TYPE},   {kA, "A", flm::FLM_TEXT_TYPE},
+              {kGloss, "GLOSS", flm::FLM_TEXT_TYPE},   {kCount, "COUNT", flm::FLM_NUMBER_TYPE},
+              {kMeaning, "MEANING", flm::FLM_NUMBER_TYPE}, {40, "12", flm::FLM_NUMBER_TYPE},
+              {kLiteral, "LITERAL", flm::FLM_TEXT_TYPE}};
+  d.containers = {{kWords, "words"}, {kMeanings, "meanings"}};
+  d.indexes = {{kByLiteral, "ByLiteral", kWords, {{kLiteral}}},
+               {kByCountLiteral, "ByCountLiteral", kWords, {{kCount}, {kLiteral}}}};
+  return d;
+}
+
 class CursorStore : public ::testing::Test {
  protected:
   void SetUp() override {
-    flm::Dictionary d;
-    d.fields = {{kEntry, "ENTRY", flm::FLM_TEXT_TYPE},   {kA, "A", flm::FLM_TEXT_TYPE},
-                {kGloss, "GLOSS", flm::FLM_TEXT_TYPE},   {kCount, "COUNT", flm::FLM_NUMBER_TYPE},
-                {kMeaning, "MEANING", flm::FLM_NUMBER_TYPE}, {40, "12", flm::FLM_NUMBER_TYPE},
-                {kLiteral, "LITERAL", flm::FLM_TEXT_TYPE}};
-    d.containers = {{kWords, "words"}, {kMeanings, "meanings"}};
-    d.indexes = {{kByLiteral, "ByLiteral", kWords, {{kLiteral}}},
-                 {kByCountLiteral, "ByCountLiteral", kWords, {{kCount}, {kLiteral}}}};
-    ASSERT_EQ(flm::Session::create(256, 0, &session), flm::FERR_OK);
-    ASSERT_EQ(session->createDatabase(dir.file("words.db").c_str(), d, &db), flm::FERR_OK);
     const struct {
       const char* literal;
       int32_t count;
@@ -102,8 +104,6 @@ class CursorStore : public ::testing::Test {
       ASSERT_EQ(r.Add(db, 0, kMeanings, 0), 1);
     }
   }
-  void TearDown() override { flm::Session::close(&session); }
-
   static void put(FlmRecord& r, unsigned short tag, const char* value) {
     ASSERT_EQ(r.AddField(tag, kLast, fsRoot, gmChild), 1);
     ASSERT_EQ(r.Put(value), 1);
@@ -121,15 +121,15 @@ class CursorStore : public ::testing::Test {
 
   void* staleHandle() {
     flm::Database* other = nullptr;
-    EXPECT_EQ(session->createDatabase(dir.file("other.db").c_str(), {}, &other), flm::FERR_OK);
+    EXPECT_EQ(scratch.session()->createDatabase(scratch.dir().file("other.db").c_str(), {}, &other),
+              flm::FERR_OK);
     void* handle = other;
     EXPECT_EQ(flm::Session::closeDatabase(&other), flm::FERR_OK);
     return handle;
   }
 
-  testfiles::ScratchDir dir;
-  flm::Session* session = nullptr;
-  flm::Database* db = nullptr;
+  testflm::ScratchDatabase scratch{wordsDictionary(), 256};
+  flm::Database* db = scratch.db();
 };
 
 }  // namespace

@@ -10,7 +10,7 @@
 #include "flm/KeyCache.h"
 #include "flm/Session.h"
 #include "flm/Value.h"
-#include "support/TestFiles.h"
+#include "support/FlmNodes.h"
 
 using namespace flm;
 
@@ -116,35 +116,27 @@ TEST(FlmKeyCache, AnswersOnlyTheQuestionItKeptAndAppends) {
   EXPECT_FALSE(cache.find(question, &found));
 }
 
+Dictionary namesDictionary() {
+  Dictionary d;
+  d.fields = {{1, "name", FLM_TEXT_TYPE}};
+  d.indexes = {{100, "byName", FLM_DATA_CONTAINER, {{1}}}};
+  return d;
+}
+
+// Record 1 named "first", written and then read in a database held exclusively.
 class CachedDatabase : public ::testing::Test {
  protected:
   void SetUp() override {
-    poolInit(&pool_, 256);
-    path_ = dir_.file("cache.db");
-    Dictionary d;
-    d.fields = {{1, "name", FLM_TEXT_TYPE}};
-    d.indexes = {{100, "byName", FLM_DATA_CONTAINER, {{1}}}};
-    ASSERT_EQ(Session::create(1024, 0, &session_), FERR_OK);
-    Database* db = nullptr;
-    ASSERT_EQ(session_->createDatabase(path_.c_str(), d, &db), FERR_OK);
-    ASSERT_EQ(add(db, "first"), FERR_OK);
-    Session::closeDatabase(&db);
-    ASSERT_EQ(session_->openDatabase(path_.c_str(), nullptr, FO_EXCLUSIVE, &db_), FERR_OK);
-  }
-  void TearDown() override {
-    poolFree(&pool_);
-    Session::close(&session_);
+    uint32_t drn = 1;
+    ASSERT_EQ(scratch_.db()->add(0, FLM_DATA_CONTAINER, &drn, record("first")), FERR_OK);
+    ASSERT_EQ(scratch_.reopen(FO_EXCLUSIVE), FERR_OK);
+    db_ = scratch_.db();
   }
 
   Node* record(const char* name) {
-    RCODE rc;
-    Node* root = nodeMake(&pool_, 1, &rc);
-    putUtf8(&pool_, root, name, std::char_traits<char>::length(name));
+    Node* root = pool_.make(1);
+    EXPECT_EQ(putUtf8(&pool_, root, name, std::char_traits<char>::length(name)), FERR_OK);
     return root;
-  }
-  RCODE add(Database* db, const char* name) {
-    uint32_t drn = 1;
-    return db->add(0, FLM_DATA_CONTAINER, &drn, record(name));
   }
   // The records named `name`, found through the index.
   std::vector<uint32_t> named(const char* name) {
@@ -165,11 +157,9 @@ class CachedDatabase : public ::testing::Test {
     return std::u16string(static_cast<const char16_t*>(root->value), root->length / 2);
   }
 
-  testfiles::ScratchDir dir_;
-  std::string path_;
-  Session* session_ = nullptr;
+  testflm::ScopedPool pool_{256};
+  testflm::ScratchDatabase scratch_{namesDictionary()};
   Database* db_ = nullptr;
-  PoolMemoryManager pool_{};
 };
 
 TEST_F(CachedDatabase, OwnWritesReplaceWhatWasRead) {

@@ -17,7 +17,7 @@
 #include "flm/Database.h"
 #include "flm/Session.h"
 #include "flm/Value.h"
-#include "support/TestFiles.h"
+#include "support/FlmNodes.h"
 
 namespace {
 
@@ -115,7 +115,6 @@ class Sample : public ::testing::Test {
 // Where a record or context says it belongs: database, container, store and
 // record number (0 for a context).
 using Place = std::tuple<void*, unsigned short, uint32_t, uint32_t>;
-Place placeOf(const FlmContext& c) { return {c.GetDatabase(), c.GetContainer(), c.GetStore(), 0}; }
 Place placeOf(FlmRecord& r) { return {r.GetDatabase(), r.GetContainer(), r.GetStore(), r.GetID()}; }
 Place sourceOf(FlmRecord& r) {
   void* database = &r;
@@ -155,20 +154,6 @@ TEST(RecordPool, MarksResetsAndSharedBlocks) {
   EXPECT_EQ(static_cast<PoolMemoryManager*>(assigned)->blockSize, 256);
   copy.ResetAll();
   EXPECT_STREQ(static_cast<char*>(first), "kept before the mark") << "still held by another";
-}
-
-TEST(RecordContext, HoldsCopiesAndClearsItsThreeValues) {
-  int one = 0, two = 0;
-  FlmContext context(&one, 32001, 7);
-  FlmContext copy(context);
-  EXPECT_EQ(placeOf(copy), Place(&one, 32001, 7, 0));
-  copy.SetSource(&two, 100, 3);
-  context.SetSource(copy);
-  EXPECT_EQ(placeOf(context), Place(&two, 100, 3, 0));
-  copy.ClearSource();
-  EXPECT_EQ(placeOf(copy), Place(nullptr, 0, 0, 0));
-  copy = context;
-  EXPECT_EQ(placeOf(copy), Place(&two, 100, 3, 0));
 }
 
 TEST(RecordBuild, EmptyRecordHasNowhereToGo) {
@@ -607,27 +592,24 @@ TEST_F(Sample, TreeWalkerStaysInsideItsSubtree) {
 
 namespace {
 
+flm::Dictionary storeDictionary() {
+  flm::Dictionary d;
+  d.fields = {{kRoot, "entry", flm::FLM_TEXT_TYPE}, {kA, "word", flm::FLM_TEXT_TYPE},
+              {kB, "gloss", flm::FLM_TEXT_TYPE}, {kNum, "count", flm::FLM_NUMBER_TYPE}};
+  d.containers = {{kPeople, "people"}, {kOthers, "others"}};
+  return d;
+}
+
 class RecordStore : public ::testing::Test {
  protected:
-  void SetUp() override {
-    flm::Dictionary d;
-    d.fields = {{kRoot, "entry", flm::FLM_TEXT_TYPE}, {kA, "word", flm::FLM_TEXT_TYPE},
-                {kB, "gloss", flm::FLM_TEXT_TYPE}, {kNum, "count", flm::FLM_NUMBER_TYPE}};
-    d.containers = {{kPeople, "people"}, {kOthers, "others"}};
-    ASSERT_EQ(flm::Session::create(256, 0, &session), flm::FERR_OK);
-    ASSERT_EQ(session->createDatabase(dir.file("records.db").c_str(), d, &db), flm::FERR_OK);
-  }
-  void TearDown() override { flm::Session::close(&session); }
-
   static void fill(FlmRecord& r, const char* word, uint32_t count) {
     addText(r, kA, fsRoot, gmChild, word);
     ASSERT_EQ(r.AddField(kNum, kLast, fsRoot, gmChild), 1);
     ASSERT_EQ(r.Put(count), 0);
   }
 
-  testfiles::ScratchDir dir;
-  flm::Session* session = nullptr;
-  flm::Database* db = nullptr;
+  testflm::ScratchDatabase scratch{storeDictionary(), 256};
+  flm::Database* db = scratch.db();
 };
 
 }  // namespace

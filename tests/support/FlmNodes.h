@@ -16,7 +16,9 @@
 #include "flm/ErrorCodes.h"
 #include "flm/Node.h"
 #include "flm/Pool.h"
+#include "flm/Session.h"
 #include "flm/Value.h"
+#include "support/TestFiles.h"
 
 namespace testflm {
 
@@ -78,9 +80,58 @@ class ScopedPool {
     EXPECT_EQ(flm::putInt(&pool_, n, value), flm::FERR_OK);
     return n;
   }
+  flm::Node* utf8(flm::Node* parent, uint16_t tag, std::string_view value) {
+    flm::Node* n = child(parent, tag);
+    EXPECT_EQ(flm::putUtf8(&pool_, n, value.data(), value.size()), flm::FERR_OK);
+    return n;
+  }
+  flm::Node* pointer(flm::Node* parent, uint16_t tag, uint32_t drn) {
+    flm::Node* n = child(parent, tag);
+    EXPECT_EQ(flm::putRecPtr(&pool_, n, drn), flm::FERR_OK);
+    return n;
+  }
+  flm::Node* real(flm::Node* parent, uint16_t tag, double value) {
+    flm::Node* n = child(parent, tag);
+    EXPECT_EQ(flm::putReal(&pool_, n, value), flm::FERR_OK);
+    return n;
+  }
+  flm::Node* binary(flm::Node* parent, uint16_t tag, std::string_view bytes) {
+    flm::Node* n = child(parent, tag);
+    EXPECT_EQ(flm::putBinary(&pool_, n, bytes.data(), bytes.size()), flm::FERR_OK);
+    return n;
+  }
 
  private:
   flm::PoolMemoryManager pool_;
+};
+
+// A session with one database made from `dictionary` in a scratch directory.
+class ScratchDatabase {
+ public:
+  explicit ScratchDatabase(const flm::Dictionary& dictionary, uint32_t cacheKilobytes = 1024)
+      : path_(dir_.file("test.db")) {
+    EXPECT_EQ(flm::Session::create(cacheKilobytes, 0, &session_), flm::FERR_OK);
+    EXPECT_EQ(session_->createDatabase(path_.c_str(), dictionary, &db_), flm::FERR_OK);
+  }
+  ~ScratchDatabase() { flm::Session::close(&session_); }
+  ScratchDatabase(const ScratchDatabase&) = delete;
+  ScratchDatabase& operator=(const ScratchDatabase&) = delete;
+
+  flm::Database* db() const { return db_; }
+  flm::Session* session() const { return session_; }
+  const std::string& path() const { return path_; }
+  const testfiles::ScratchDir& dir() const { return dir_; }
+  void close() { EXPECT_EQ(db_ ? flm::Session::closeDatabase(&db_) : flm::FERR_OK, flm::FERR_OK); }
+  flm::RCODE reopen(uint32_t flags = 0) {
+    close();
+    return session_->openDatabase(path_.c_str(), nullptr, flags, &db_);
+  }
+
+ private:
+  testfiles::ScratchDir dir_;
+  std::string path_;
+  flm::Session* session_ = nullptr;
+  flm::Database* db_ = nullptr;
 };
 
 // A field's text, checked to come back terminated and at its stated length;
