@@ -610,6 +610,7 @@ RCODE QueryRun::run(std::vector<uint32_t>* out) {
   findValuesRead();
   chooseOrder();
   found_ = out;
+  out->reserve(16);  // most queries find a few records: one allocation, not several
   RCODE rc = bindFrom(0, 0);
   if (rc) return rc;
   if (!keyed_) {
