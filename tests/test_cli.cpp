@@ -391,7 +391,7 @@ TEST_F(SmallDatabase, TextOutputAndErrorLines) {
        "malformed criteria"},
   };
   for (const Row& r : rows) {
-    SCOPED_TRACE(r.args[0] + " " + r.args[1]);
+    SCOPED_TRACE(r.args[0] + " " + r.args.back());
     const CommandRun c = run(r.args);
     EXPECT_EQ(c.status, r.status) << c.err;
     if (r.status == 0) {
