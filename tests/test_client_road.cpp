@@ -9,16 +9,11 @@
 #include <string>
 
 #include "support/CachedDatabases.h"
+#include "support/SmallDatabases.h"
 
 namespace {
 
-std::string narrow(unsigned short* text) {
-  if (!text) return "<null>";
-  std::string out;
-  for (unsigned short* p = text; *p; ++p) out.push_back(static_cast<char>(*p));
-  SysFreeString(text);
-  return out;
-}
+using testdb::narrow;
 
 constexpr int32_t kDogOffset = 2084071;  // dog, noun sense 1
 constexpr int32_t kCanineOffset = 2083346;
@@ -32,18 +27,23 @@ int32_t offsetOf(Concept& meaning) {
   return offset;
 }
 
+std::set<std::string> literalsOf(ConceptVariants* variants) {
+  std::set<std::string> literals;
+  ConceptVariant* variant = nullptr;
+  for (int more = variants->GetFirst(&variant); more; more = variants->GetNext(&variant)) {
+    literals.insert(narrow(variant->GetLiteral()));
+    variant->Destroy();
+  }
+  variants->Destroy();
+  return literals;
+}
+
 // The literals of the meanings' variants.
 std::set<std::string> literalsOf(Concepts* meanings) {
   std::set<std::string> literals;
   Concept* meaning = nullptr;
   for (int more = meanings->GetFirst(&meaning); more; more = meanings->GetNext(&meaning)) {
-    ConceptVariants* variants = meaning->GetConceptVariants();
-    ConceptVariant* variant = nullptr;
-    for (int v = variants->GetFirst(&variant); v; v = variants->GetNext(&variant)) {
-      literals.insert(narrow(variant->GetLiteral()));
-      variant->Destroy();
-    }
-    variants->Destroy();
+    literals.merge(literalsOf(meaning->GetConceptVariants()));
     meaning->Destroy();
   }
   meanings->Destroy();
@@ -109,14 +109,7 @@ void walk() {
   dogs->Destroy();
   ASSERT_NE(dog, nullptr);
 
-  std::set<std::string> literals;
-  ConceptVariants* variants = dog->GetConceptVariants();
-  ConceptVariant* variant = nullptr;
-  for (int more = variants->GetFirst(&variant); more; more = variants->GetNext(&variant)) {
-    literals.insert(narrow(variant->GetLiteral()));
-    variant->Destroy();
-  }
-  variants->Destroy();
+  const std::set<std::string> literals = literalsOf(dog->GetConceptVariants());
   EXPECT_TRUE(literals.count("dog") && literals.count("Canis familiaris")) << literals.size();
 
   // GetHyperonyms answers the meaning itself when it has a hyperonym; the

@@ -30,6 +30,7 @@
 #include "model/meanings/ConceptExporter.h"
 #include "support/CachedDatabases.h"
 #include "support/LoadedDatabase.h"
+#include "support/SmallDatabases.h"
 #include "support/TestFiles.h"
 
 namespace {
@@ -43,7 +44,7 @@ constexpr uint32_t kNotFound = 0xC006;
 // (two synonym links), 6 a code past the table, 7 a synonym of a missing
 // index record, 42 bare. Definitions are placed so that looking one up in
 // the wrong place finds a different name.
-const char* const kDump = R"(
+const std::string kDump = R"(
 STORE 96 CONTAINER 360
 0 @1@ USAGE_LABEL_DEFINITION
   1 USAGE_LABEL 3
@@ -94,29 +95,13 @@ STORE 98 CONTAINER 32001
 0 @3@ ILI_RECORD
   1 PART_OF_SPEECH 2
 STORE 100 CONTAINER 200
-0 @1@ CONCEPT
-  1 TYPE 1
-  1 PART_OF_SPEECH 1
-0 @2@ CONCEPT
-  1 TYPE 1
-  1 PART_OF_SPEECH 1
 0 @3@ CONCEPT
   1 TYPE 2
   1 PART_OF_SPEECH 5
 0 @4@ CONCEPT
   1 TYPE 1
-0 @5@ CONCEPT
-  1 TYPE 1
-  1 PART_OF_SPEECH 2
-0 @6@ CONCEPT
-  1 TYPE 1
-  1 PART_OF_SPEECH 7
-0 @7@ CONCEPT
-  1 TYPE 1
-  1 PART_OF_SPEECH 1
-0 @42@ CONCEPT
-  1 TYPE 1
-  1 PART_OF_SPEECH 1
+)" + dumptext::meaning(1, 1) + dumptext::meaning(2, 1) + dumptext::meaning(5, 2) +
+    dumptext::meaning(6, 7) + dumptext::meaning(7, 1) + dumptext::meaning(42, 1) + R"(
 STORE 100 CONTAINER 32001
 0 @101@ VARIANT
   1 CONCEPT @1@
@@ -202,33 +187,12 @@ STORE 100 CONTAINER 202
     2 VARIANT @999@
   1 TARGET_CONCEPT @999@
 STORE 100 CONTAINER 204
-0 @301@ EQ_LINK
-  1 EQ_RELATION 1
-  1 CONCEPT @1@
-  1 TARGET_ILI @1@
-0 @302@ EQ_LINK
-  1 EQ_RELATION 2
-  1 CONCEPT @1@
-  1 TARGET_ILI @2@
-0 @303@ EQ_LINK
-  1 EQ_RELATION 3
-  1 CONCEPT @1@
-  1 TARGET_ILI @3@
-0 @304@ EQ_LINK
-  1 EQ_RELATION 1
-  1 CONCEPT @5@
-  1 TARGET_ILI @1@
-0 @305@ EQ_LINK
-  1 EQ_RELATION 1
-  1 CONCEPT @5@
-  1 TARGET_ILI @2@
-0 @306@ EQ_LINK
-  1 EQ_RELATION 1
-  1 CONCEPT @7@
-  1 TARGET_ILI @4@
-)";
+)" + dumptext::eqLink(301, 1, 1, 1) + dumptext::eqLink(302, 2, 1, 2) +
+    dumptext::eqLink(303, 3, 1, 3) + dumptext::eqLink(304, 1, 5, 1) +
+    dumptext::eqLink(305, 1, 5, 2) + dumptext::eqLink(306, 1, 7, 4);
 
 using Database = testdb::LoadedDatabase;
+using testdb::narrow;
 using testdb::thrown;
 using testdb::Thrown;
 
@@ -345,13 +309,11 @@ TEST_F(MeaningsTest, ItemsByRecordNumberAndByLiteral) {
   EXPECT_EQ(records.GetItem("nothing", &c), 0);
   EXPECT_EQ(records.GetFirst(&c), 0);
   EXPECT_EQ(records.GetCount(), 0);
-}
 
-TEST_F(MeaningsTest, ElementsOutliveTheirCollection) {
-  auto* all = new Meanings(db.handle(), kStore);
-  Concept* c = nullptr;
-  ASSERT_EQ(all->GetFirst(&c), 1);
-  all->Destroy();
+  // Elements outlive their collection.
+  auto* owner = new Meanings(db.handle(), kStore);
+  ASSERT_EQ(owner->GetFirst(&c), 1);
+  owner->Destroy();
   EXPECT_EQ(c->GetRecordID(), 1);
   EXPECT_EQ(text(c->GetPartOfSpeech()), u"n");
   c->Destroy();
@@ -683,16 +645,14 @@ TEST_F(MeaningsTest, LinkEndsRead) {
 // ---------------------------------------------------------------------------
 // Equivalences
 
-TEST_F(MeaningsTest, EquivalenceRelations) {
+TEST_F(MeaningsTest, EquivalenceRelationsAndTheSynonym) {
   struct Row {
     uint32_t meaning, ili;
     short relation;
   } rows[] = {{1, 1, 1}, {1, 2, 2}, {1, 3, 3}, {1, 4, 0}, {5, 2, 1}, {42, 1, 0}};
   for (const Row& r : rows)
     EXPECT_EQ(meaning(r.meaning)->GetEqRelation(r.ili), r.relation) << r.meaning << "/" << r.ili;
-}
 
-TEST_F(MeaningsTest, EquivalenceSynonym) {
   ILIRecord* ili = nullptr;
   ASSERT_EQ(meaning(1)->GetEqSynonym(&ili), 1);
   EXPECT_EQ(ili->GetRecordID(), 1);
@@ -767,12 +727,7 @@ struct Synset {
 };
 
 const char* dataName(char type) {
-  switch (type) {
-    case 'n': return "noun";
-    case 'v': return "verb";
-    case 'r': return "adv";
-    default: return "adj";
-  }
+  return type == 'n' ? "noun" : type == 'v' ? "verb" : type == 'r' ? "adv" : "adj";
 }
 
 Synset readSynset(char type, uint32_t offset) {
@@ -872,11 +827,6 @@ class WordNetMeanings : public ::testing::Test {
     int32_t offset = 0;
     if (held->FindField(layout::kWordNetOffset, 1, fsRoot, faSubtree)) held->Get(&offset);
     return offset;
-  }
-
-  static std::string narrow(unsigned short* bstr) {
-    std::u16string wide = text(bstr);
-    return std::string(wide.begin(), wide.end());
   }
 
   FxSession session_;

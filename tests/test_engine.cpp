@@ -118,17 +118,6 @@ TEST_F(EngineTest, OpenDatabasePassesFlagsAndReportsFailures) {
             uint32_t{flm::FERR_IO_PATH_NOT_FOUND});
 }
 
-TEST(EngineDebugHeapTest, OperationsAreInert) {
-  int local = 0;
-  EXPECT_EQ(CorvidEngine::IsValidHeapPointer(nullptr), 1);
-  EXPECT_EQ(CorvidEngine::IsValidHeapPointer(&local), 1);
-  EXPECT_EQ(CorvidEngine::SetBreakAlloc(42), 0);
-  EXPECT_EQ(CorvidEngine::SetDbgFlag(0xFFFF), 0);
-  EXPECT_EQ(CorvidEngine::SetReportFile(0, &local), nullptr);
-  EXPECT_EQ(CorvidEngine::SetReportMode(1, 2), 0);
-  CorvidEngine::CheckMemory();
-}
-
 namespace {
 
 // Plain storage: read by an exit handler, after static objects may be gone.

@@ -51,40 +51,31 @@ TEST(FlmErrorTest, Message) {
   EXPECT_NE(NameOf(0x1C006u), "NOT_FOUND");
 }
 
-struct TableRow {
-  ePLXError error;
-  const char* message;
-};
-
-// Without it GoogleTest names each case by the row's bytes, padding included.
-void PrintTo(const TableRow& row, std::ostream* out) { *out << row.error; }
-
-class PLXTableTest : public testing::TestWithParam<TableRow> {};
-
-TEST_P(PLXTableTest, FormatsTheRowTextAndNumber) {
-  PLXException e(GetParam().error, nullptr, 0);
-  EXPECT_EQ(MessageOf(e), GetParam().message);
-  EXPECT_EQ(e.GetError(), GetParam().error);
-  EXPECT_EQ(e.GetFLAIMError(), 0u);
+// Every row of the table, one listed out of order, and numbers past it.
+TEST(PLXExceptionTest, FormatsTheRowTextAndNumber) {
+  const struct {
+    ePLXError error;
+    const char* message;
+  } rows[] = {
+      {errUndefined, "PLX API: Undefined error [0]"},
+      {errOutOfMemory, "PLX API: Out of memory [100]"},
+      {errInvalidRelation, "PLX API: Invalid relation specified [101]"},
+      {errInvalidEqRelation, "PLX API: Invalid equivalence relation specified [102]"},
+      {errNoSiteRecord, "PLX API: Site record could not be retrieved from database [103]"},
+      {errInvalidVariantNumber, "PLX API: Invalid concept variant number [104]"},
+      {errDataLayout, "PLX API: Internal data layout error [105]"},
+      {errBufferTooSmall, "PLX API: Buffer is too small [106]"},
+      {errIncompatibleDatabase, "PLX API: This database is incompatible [107]"},
+      {errLink, "PLX API: Unexpected error [2]"},
+      {static_cast<ePLXError>(108), "PLX API: Unexpected error [108]"},
+      {static_cast<ePLXError>(999), "PLX API: Unexpected error [999]"}};
+  for (const auto& row : rows) {
+    PLXException e(row.error, nullptr, 0);
+    EXPECT_EQ(MessageOf(e), row.message);
+    EXPECT_EQ(e.GetError(), row.error);
+    EXPECT_EQ(e.GetFLAIMError(), 0u);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    EveryRowAndSomeMisses, PLXTableTest,
-    testing::Values(
-        TableRow{errUndefined, "PLX API: Undefined error [0]"},
-        TableRow{errOutOfMemory, "PLX API: Out of memory [100]"},
-        TableRow{errInvalidRelation, "PLX API: Invalid relation specified [101]"},
-        TableRow{errInvalidEqRelation, "PLX API: Invalid equivalence relation specified [102]"},
-        TableRow{errNoSiteRecord,
-                 "PLX API: Site record could not be retrieved from database [103]"},
-        TableRow{errInvalidVariantNumber, "PLX API: Invalid concept variant number [104]"},
-        TableRow{errDataLayout, "PLX API: Internal data layout error [105]"},
-        // Listed before 105, found all the same.
-        TableRow{errBufferTooSmall, "PLX API: Buffer is too small [106]"},
-        TableRow{errIncompatibleDatabase, "PLX API: This database is incompatible [107]"},
-        TableRow{errLink, "PLX API: Unexpected error [2]"},
-        TableRow{static_cast<ePLXError>(108), "PLX API: Unexpected error [108]"},
-        TableRow{static_cast<ePLXError>(999), "PLX API: Unexpected error [999]"}));
 
 TEST(PLXExceptionTest, FlaimAndLinkKinds) {
   PLXException flaim(uint32_t{flm::FERR_MEM}, nullptr, 0);

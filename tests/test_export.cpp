@@ -20,6 +20,7 @@
 #include "model/meanings/ConceptExporter.h"
 #include "model/meanings/RecordExport.h"
 #include "support/LoadedDatabase.h"
+#include "support/SmallDatabases.h"
 #include "support/TestFiles.h"
 
 namespace {
@@ -28,34 +29,8 @@ constexpr uint32_t kStore = 100;
 
 // System tables: relation names under NAME for the record-driven writer and
 // under CODE for the composing one; part-of-speech names; equivalence
-// relations; shared and local usage labels and features.
-const char* const kSystem = R"(
-STORE 96 CONTAINER 32001
-0 @8@ RELATION_DEFINITION
-  1 RELATION 8
-  1 CODE has_hyperonym
-  1 NAME hyperonym
-0 @10@ RELATION_DEFINITION
-  1 RELATION 10
-  1 CODE has_hyponym
-  1 NAME hyponym
-0 @12@ RELATION_DEFINITION
-  1 RELATION 12
-  1 CODE near_synonym
-  1 NAME near synonym
-STORE 96 CONTAINER 320
-0 @1@ PART_OF_SPEECH_DEFINITION
-  1 PART_OF_SPEECH 1
-  1 NAME noun
-STORE 96 CONTAINER 350
-0 @1@ EQ_RELATION_DEFINITION
-  1 EQ_RELATION 1
-  1 CODE eq_synonym
-  1 NAME synonym
-0 @2@ EQ_RELATION_DEFINITION
-  1 EQ_RELATION 2
-  1 CODE eq_near_synonym
-  1 NAME near synonym
+// relations; and shared and local usage labels and features.
+const std::string kSystem = dumptext::systemTables() + R"(
 STORE 96 CONTAINER 360
 0 @1@ USAGE_LABEL_DEFINITION
   1 USAGE_LABEL 3
@@ -88,22 +63,12 @@ STORE 98 CONTAINER 32001
 // Meaning 1 ("dog") has every kind of variant field, every kind of link
 // target and every kind of equivalence target; 2 and 42 are link targets,
 // 3 an instance, 4 a meaning without part of speech.
-const char* const kMeanings = R"(
-STORE 100 CONTAINER 200
-0 @1@ CONCEPT
-  1 TYPE 1
-  1 PART_OF_SPEECH 1
-0 @2@ CONCEPT
-  1 TYPE 1
-  1 PART_OF_SPEECH 1
-0 @3@ CONCEPT
+const std::string kMeanings = dumptext::group(100, 200) + dumptext::meaning(1, 1) +
+                             dumptext::meaning(2, 1) + dumptext::meaning(42, 1) + R"(0 @3@ CONCEPT
   1 TYPE 2
   1 PART_OF_SPEECH 5
 0 @4@ CONCEPT
   1 TYPE 1
-0 @42@ CONCEPT
-  1 TYPE 1
-  1 PART_OF_SPEECH 1
 STORE 100 CONTAINER 32001
 0 @101@ VARIANT
   1 CONCEPT @1@
@@ -141,27 +106,9 @@ STORE 100 CONTAINER 32001
     2 CORPUS_ID 3
       3 FREQUENCY 42
     2 PAROLE_ID 9
-0 @102@ VARIANT
-  1 CONCEPT @1@
-    2 PART_OF_SPEECH 1
-  1 LITERAL domestic dog
-    2 SENSE 1
-0 @103@ VARIANT
-  1 CONCEPT @2@
-    2 PART_OF_SPEECH 1
-  1 LITERAL animal
-    2 SENSE 1
-0 @104@ VARIANT
-  1 CONCEPT @2@
-    2 PART_OF_SPEECH 1
-  1 LITERAL beast
-    2 SENSE 2
-STORE 100 CONTAINER 202
-0 @201@ CONCEPT_LINK
-  1 RELATION 8
-  1 SOURCE_CONCEPT @1@
-  1 TARGET_CONCEPT @2@
-0 @202@ CONCEPT_LINK
+)" + dumptext::variant(102, 1, "domestic dog", 1) + dumptext::variant(103, 2, "animal", 1) +
+                             dumptext::variant(104, 2, "beast", 2) + dumptext::group(100, 202) +
+                             dumptext::conceptLink(201, 8, 1, 2) + R"(0 @202@ CONCEPT_LINK
   1 RELATION 12
   1 SOURCE_CONCEPT @1@
     2 VARIANT @101@
@@ -188,25 +135,14 @@ STORE 100 CONTAINER 202
     2 LITERAL puppy
     2 SENSE 3
   1 NON_FACTIVE
-0 @204@ CONCEPT_LINK
-  1 RELATION 99
-  1 SOURCE_CONCEPT @1@
-  1 TARGET_CONCEPT @42@
-STORE 100 CONTAINER 204
-0 @301@ EQ_LINK
-  1 EQ_RELATION 1
-  1 CONCEPT @1@
-  1 TARGET_ILI @1@
-0 @302@ EQ_LINK
+)" + dumptext::conceptLink(204, 99, 1, 42) + dumptext::group(100, 204) +
+                             dumptext::eqLink(301, 1, 1, 1) + dumptext::eqLink(303, 5, 1, 3) +
+                             R"(0 @302@ EQ_LINK
   1 EQ_RELATION 2
   1 CONCEPT @1@
   1 TARGET_ILI @2@
   1 SOURCE_ID 7
     2 NUMBER_KEY 99
-0 @303@ EQ_LINK
-  1 EQ_RELATION 5
-  1 CONCEPT @1@
-  1 TARGET_ILI @3@
 )";
 
 using Database = testdb::LoadedDatabase;
@@ -242,7 +178,7 @@ std::string composedText(void* db, Concept& c) {
 
 class Export : public ::testing::Test {
  protected:
-  Database db{std::string(kSystem) + kMeanings};
+  Database db{kSystem + kMeanings};
 };
 
 // Lines joined with the writer's line end.

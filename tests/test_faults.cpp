@@ -27,6 +27,7 @@
 #include "flm/ErrorCodes.h"
 #include "support/BuiltDatabase.h"
 #include "support/LoadedDatabase.h"
+#include "support/SmallDatabases.h"
 #include "support/TestFiles.h"
 
 extern char** environ;
@@ -36,12 +37,7 @@ namespace {
 namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 
-std::string narrow(unsigned short* text) {
-  std::string out;
-  for (unsigned short* p = text; p && *p; ++p) out.push_back(static_cast<char>(*p));
-  SysFreeString(text);
-  return out;
-}
+using testdb::narrow;
 
 // ---------------------------------------------------------------------------
 // A small WordNet made from WordNet 3.0's own files
@@ -237,7 +233,7 @@ class EverythingWalk {
   }
 
  private:
-  void text(unsigned short* s) { t_.texts += !narrow(s).empty(); }
+  void text(unsigned short* s) { t_.texts += s && !narrow(s).empty(); }
 
   void wordnet(LanguageWordNet& w) {
     Held<Language> language(w.GetLanguage());

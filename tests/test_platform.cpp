@@ -53,7 +53,7 @@ std::string format(const char* pattern, Args... args) {
 
 }  // namespace
 
-TEST(PlatformStrings, LengthPrefixAndTerminatorSurroundTheUnits) {
+TEST(PlatformStrings, LengthPrefixTerminatorAndOddArguments) {
   const auto text = wide(u"h\u00e9llo");
   BSTR copy = SysAllocString(text.data());
   EXPECT_EQ(prefixOf(copy), 10u);
@@ -61,24 +61,20 @@ TEST(PlatformStrings, LengthPrefixAndTerminatorSurroundTheUnits) {
   EXPECT_EQ(SysStringByteLen(copy), 10u);
   EXPECT_EQ(units(copy, 6), units(text.data(), 6));
   SysFreeString(copy);
-}
 
-TEST(PlatformStrings, ExplicitLengthKeepsEmbeddedZerosAndStopsAtTheLength) {
-  const auto text = wide(std::u16string(u"a\0bcd", 5));
-  BSTR copy = SysAllocStringLen(text.data(), 3);
-  EXPECT_EQ(SysStringLen(copy), 3u);
-  EXPECT_EQ(units(copy, 4), std::u16string(u"a\0b\0", 4));
-  SysFreeString(copy);
-}
+  // An explicit length keeps embedded zeros and stops at the length.
+  const auto zeros = wide(std::u16string(u"a\0bcd", 5));
+  BSTR part = SysAllocStringLen(zeros.data(), 3);
+  EXPECT_EQ(SysStringLen(part), 3u);
+  EXPECT_EQ(units(part, 4), std::u16string(u"a\0b\0", 4));
+  SysFreeString(part);
 
-TEST(PlatformStrings, WithoutTextUnitsAreZeroed) {
+  // Without text the units are zeroed.
   BSTR blank = SysAllocStringLen(nullptr, 4);
   EXPECT_EQ(prefixOf(blank), 8u);
   EXPECT_EQ(units(blank, 5), std::u16string(5, u'\0'));
   SysFreeString(blank);
-}
 
-TEST(PlatformStrings, NullAndOversizedArguments) {
   EXPECT_EQ(SysAllocString(nullptr), nullptr);
   EXPECT_EQ(SysStringLen(nullptr), 0u);
   EXPECT_EQ(SysStringByteLen(nullptr), 0u);
@@ -106,11 +102,7 @@ TEST(PlatformVariants, InitEmptiesAndClearReleasesStrings) {
     EXPECT_EQ(VariantClear(&value), S_OK) << type;
     EXPECT_EQ(value.vt, VT_EMPTY);
   }
-}
-
-TEST(PlatformVariants, ClearRefusesUnknownTypesAndLeavesThem) {
-  VARIANT value;
-  VariantInit(&value);
+  // Unknown types are refused and left alone.
   value.vt = 9;  // a dispatch pointer in the wider world; not ours to release
   value.lVal = 42;
   EXPECT_EQ(VariantClear(&value), DISP_E_BADVARTYPE);
@@ -205,7 +197,7 @@ TEST(PlatformCodePage, UnusableArgumentsAreParameterErrors) {
   EXPECT_EQ(GetLastError(), 1234u);
 }
 
-TEST(PlatformFormat, Integers) {
+TEST(PlatformFormat, IntegersNarrowStringsAndCharacters) {
   EXPECT_EQ(format("%04X", 0xC005u), "C005");
   EXPECT_EQ(format("%02u|%02u", 7u, 123u), "07|123");
   EXPECT_EQ(format("%lu %d", 4294967295u, 7), "4294967295 7");
@@ -213,9 +205,7 @@ TEST(PlatformFormat, Integers) {
   EXPECT_EQ(format("%x %X %#x %#X", 255u, 255u, 255u, 255u), "ff FF 0xff 0XFF");
   EXPECT_EQ(format("%hd %hu %hx", 0x18765, 70000u, 0x12345678u), "-30875 4464 5678");
   EXPECT_EQ(format("[%5d][%-5d][%05d][%#06x]", -5, -5, -5, 255u), "[   -5][-5   ][-0005][0x00ff]");
-}
 
-TEST(PlatformFormat, NarrowStringsAndCharacters) {
   const char unterminated[] = {'a', 'b', 'c', 'd'};
   EXPECT_EQ(format("%s|%s", "abc", static_cast<const char*>(nullptr)), "abc|(null)");
   EXPECT_EQ(format("[%5s][%-5s][%.3s]", "ab", "ab", unterminated), "[   ab][ab   ][abc]");
@@ -235,13 +225,12 @@ TEST(PlatformFormat, WideStringsAndCharactersBecomeUtf8) {
   EXPECT_EQ(GetLastError(), 77u);
 }
 
-TEST(PlatformFormat, FloatingPointPercentAndUnknownConversions) {
+TEST(PlatformFormat, FloatingPointPercentUnknownsAndTheLimit) {
   EXPECT_EQ(format("%g %g %.3g [%6g]", 0.5, 1e20, 3.14159, -0.5), "0.5 1e+20 3.14 [  -0.5]");
   EXPECT_EQ(format("100%% %q %5q %d", 7), "100% %q %5q 7");  // unknowns take no argument
   EXPECT_EQ(format("tail %l"), "tail %l");
-}
 
-TEST(PlatformFormat, OutputStopsAt1023BytesAndATerminator) {
+  // Output stops at 1023 bytes and a terminator.
   char buffer[1100];
   std::memset(buffer, '#', sizeof buffer);
   const std::string longText(2000, 'a');

@@ -27,55 +27,22 @@
 #include "engine/Layout.h"
 #include "flm/ErrorCodes.h"
 #include "support/LoadedDatabase.h"
+#include "support/SmallDatabases.h"
 #include "support/TestFiles.h"
 
 namespace {
 
 using testdb::thrown;
 
-std::string narrow(unsigned short* text) {
-  std::string out;
-  if (!text) return "<null>";
-  for (unsigned short* p = text; *p; ++p) out.push_back(static_cast<char>(*p));
-  SysFreeString(text);
-  return out;
-}
+using dumptext::fixedRecords;
+using testdb::narrow;
 
-std::string fixedRecords(const std::string& version, bool database, bool site) {
-  std::string dump =
-      "STORE 0 CONTAINER 32001\n0 @12@ VERSION_RECORD\n  1 PART_OF_SPEECH " + version + "\n";
-  if (database) dump += "0 @28@ DATABASE_RECORD\n  1 NAME Polylex\n";
-  if (site) dump += "0 @61@ SITE\n  1 SITE_NAME Corvid test site\n  1 SITE_LANGUAGE en\n";
-  return dump;
-}
-
-// Relations 8 and 10 are the ones the library follows; 40000 reads negative.
-const char* const kTables = R"(
-STORE 96 CONTAINER 300
-0 @100@ TAG_301
-  1 CODE en
-  1 STORE_ID 100
-  1 NAME English
-    2 NAME en English
-    2 NAME fr anglais
-0 @101@ TAG_301
-  1 CODE fr
-  1 STORE_ID 101
-  1 NAME français
-    2 NAME en French
-0 @102@ TAG_301
-  1 CODE zz
-STORE 96 CONTAINER 32001
-0 @8@ RELATION_DEFINITION
-  1 RELATION 8
-  1 NAME has_hyperonym
-0 @10@ RELATION_DEFINITION
-  1 RELATION 10
-  1 NAME has_hyponym
-0 @40000@ RELATION_DEFINITION
-  1 RELATION 1
-  1 NAME far_away
-)";
+// Relations 8 and 10 are the ones the library follows; one stored at record
+// 40000 reads negative. Language zz has no store.
+const std::string kTables =
+    dumptext::languages() + dumptext::systemTables() + dumptext::group(96, 32001) +
+    "0 @40000@ RELATION_DEFINITION\n  1 RELATION 1\n  1 NAME far_away\n" +
+    dumptext::group(96, 300) + "0 @102@ TAG_301\n  1 CODE zz\n";
 
 // Made with the storage engine, closed, and left for Polylex to open.
 std::string makeDatabase(const testfiles::ScratchDir& dir, const std::string& dump,
@@ -120,7 +87,7 @@ TEST_F(PolylexTest, RefusesOlderOrIncompleteLayoutsAndStaysOpen) {
 }
 
 TEST_F(PolylexTest, FilesThatAreNoDatabaseGiveTheEnginesCode) {
-  const std::string good = makeDatabase(dir_, fixedRecords("1.3", true, true));
+  const std::string good = makeDatabase(dir_, fixedRecords());
   const std::string foreign = dir_.file("foreign.db");
   testfiles::writeFile(foreign, std::string(8192, 'x'));
   const std::string truncated = dir_.file("truncated.db");
@@ -153,7 +120,7 @@ static_assert(sizeof(Polylex) ==
               sizeof(void*) + sizeof(FlmError) + sizeof(void*) + sizeof(Create_Options) + 240 + 1);
 
 TEST_F(PolylexTest, FixedRecordsAndVersions) {
-  open(fixedRecords("1.3", true, true));
+  open(fixedRecords());
   EXPECT_EQ(polylex_.GetDataVersion(), 12595);
   EXPECT_EQ(polylex_.GetCodeVersion(), 2481);
   EXPECT_EQ(narrow(polylex_.GetPath()), path_);
@@ -167,7 +134,7 @@ TEST_F(PolylexTest, FixedRecordsAndVersions) {
 }
 
 TEST_F(PolylexTest, LanguagesAreNamedInEachOther) {
-  open(fixedRecords("1.3", true, true) + kTables);
+  open(fixedRecords() + kTables);
   LanguageWordNets* wordnets = polylex_.GetLanguageWordNets();
   EXPECT_EQ(wordnets->GetCount(), 3);
   LanguageWordNet* english = wordnets->GetItem("en");
@@ -218,7 +185,7 @@ TEST_F(PolylexTest, WordNetThatCannotLoadIsNotHandedOut) {
   std::erase_if(damaged.indexes, [](const flm::IndexDef& ix) {
     return ix.container == layout::kLocalUsageLabels;
   });
-  path_ = makeDatabase(dir_, fixedRecords("1.3", true, true) + kTables, damaged);
+  path_ = makeDatabase(dir_, fixedRecords() + kTables, damaged);
   polylex_.Open(path_.c_str(), nullptr, 1, 0);
   LanguageWordNets* wordnets = polylex_.GetLanguageWordNets();
   LanguageWordNet* index = polylex_.GetILILanguageWordNet();
@@ -230,7 +197,7 @@ TEST_F(PolylexTest, WordNetThatCannotLoadIsNotHandedOut) {
 }
 
 TEST_F(PolylexTest, IndexWordNetIsMadeWithoutAStoredDescriptor) {
-  open(fixedRecords("1.3", true, true));
+  open(fixedRecords());
   LanguageWordNet* ili = polylex_.GetILILanguageWordNet();
   EXPECT_EQ(ili->GetStoreID(), 99u);
   Language* language = ili->GetLanguage();
@@ -244,13 +211,13 @@ TEST_F(PolylexTest, IndexWordNetIsMadeWithoutAStoredDescriptor) {
 }
 
 TEST_F(PolylexTest, RelationsTranslateIdsAndNames) {
-  open(fixedRecords("1.3", true, true) + kTables);
+  open(fixedRecords() + kTables);
   Relations* relations = polylex_.GetRelations();
-  EXPECT_EQ(relations->GetCount(), 3u);
+  EXPECT_EQ(relations->GetCount(), 5u);
 
   char name[32];
   EXPECT_EQ(relations->GetRelationName(8, name, sizeof name), 1);
-  EXPECT_STREQ(name, "has_hyperonym");
+  EXPECT_STREQ(name, "hyperonym");
   std::strcpy(name, "untouched");
   EXPECT_EQ(relations->GetRelationName(9, name, sizeof name), 0);
   EXPECT_EQ(relations->GetRelationName(static_cast<short>(40000), name, sizeof name), 0);
@@ -261,13 +228,13 @@ TEST_F(PolylexTest, RelationsTranslateIdsAndNames) {
     short id = 77;
     return relations->GetRelationID(name.data(), &id) ? id : -id;
   };
-  EXPECT_EQ(idOf("has_hyponym"), 10);
+  EXPECT_EQ(idOf("hyponym"), 10);
   EXPECT_EQ(idOf("far_away"), static_cast<short>(40000));
   EXPECT_EQ(idOf("nothing"), -77);
 
   Relation* relation = relations->GetItem(10);
   EXPECT_EQ(relation->GetRelationID(), 10);
-  EXPECT_EQ(narrow(relation->GetName()), "has_hyponym");
+  EXPECT_EQ(narrow(relation->GetName()), "hyponym");
   relation->Destroy();
   EXPECT_EQ(thrown([&] { relations->GetItem(9); }).error, errInvalidRelation);
 
@@ -277,7 +244,7 @@ TEST_F(PolylexTest, RelationsTranslateIdsAndNames) {
     ++seen;
     relation->Destroy();
   }
-  EXPECT_EQ(seen, 3);
+  EXPECT_EQ(seen, 5);
   ASSERT_EQ(relations->GetLast(&relation), 1);
   relation->Destroy();
   EXPECT_EQ(relations->GetNext(&relation), 0);
@@ -340,7 +307,7 @@ STORE 100 CONTAINER 32001
 
 class OntologyTest : public PolylexTest {
  protected:
-  void SetUp() override { open(fixedRecords("1.3", true, true) + kTables + kOntology); }
+  void SetUp() override { open(fixedRecords() + kTables + kOntology); }
   // Item `id` read through the collection of all of them.
   template <class Items, class Item>
   static Item* item(Items* all, uint32_t id) {

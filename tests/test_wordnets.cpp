@@ -19,16 +19,11 @@
 #include <vector>
 
 #include "support/CachedDatabases.h"
+#include "support/SmallDatabases.h"
 
 namespace {
 
-std::string narrow(unsigned short* text) {
-  if (!text) return "<null>";
-  std::string out;
-  for (unsigned short* p = text; *p; ++p) out.push_back(static_cast<char>(*p));
-  SysFreeString(text);
-  return out;
-}
+using testdb::narrow;
 
 std::string lower(std::string text) {
   std::transform(text.begin(), text.end(), text.begin(),
