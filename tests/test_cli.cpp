@@ -354,6 +354,8 @@ TEST_F(SmallDatabase, TextOutputAndErrorLines) {
        "en\n  @4@ n  07134850  chat 1\n      an informal conversation\n"
        "fr\n  @3@ n  02121620  chat 1\n"},
       {{"lookup", "unicorn"}, 0, "no meaning of \"unicorn\"\n"},
+      // A word form is found whatever its case.
+      {{"lookup", "CHAT", "--lang", "fr"}, 0, "fr\n  @3@ n  02121620  chat 1\n"},
       {{"translate", "chat", "--from", "fr", "--to", "en"},
        0,
        "@3@ n  02121620  chat 1\n    en  cat, true cat\n"},
