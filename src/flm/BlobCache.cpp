@@ -123,8 +123,13 @@ void BlobCache::erase(int64_t id) {
   vacate(static_cast<size_t>(s - slots_.data()));
 }
 
+// A small table is emptied in place: the key cache is cleared by every write,
+// and a writer that reads between writes would otherwise remake it each time.
 void BlobCache::clear() {
-  decltype(slots_)().swap(slots_);
+  if (slots_.size() <= kFirstCapacity)
+    for (Slot& s : slots_) s = Slot{};
+  else
+    decltype(slots_)().swap(slots_);
   count_ = 0;
   clock_.clear();
   hand_ = 0;
