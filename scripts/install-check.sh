@@ -18,7 +18,7 @@ fail() { echo "install-check: $*" >&2; exit 1; }
 cmake --install "$build" --prefix "$prefix" >/dev/null
 
 # The library under its soname, with the development link beside it.
-library=$(find "$prefix" -name 'libcorvid5.so.*.*.*' | head -n 1)
+library=$(find "$prefix" -name 'libcorvid5.so.*.*.*' -print -quit)
 [ -n "$library" ] || fail "no versioned libcorvid5.so installed"
 libdir=$(dirname "$library")
 soname=$(readelf -d "$library" | sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p')

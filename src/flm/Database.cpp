@@ -85,12 +85,14 @@ RCODE Database::connect(int sqliteFlags) {
   sqlite3_extended_result_codes(db_, 1);
   sqlite3_busy_timeout(db_, 2000);
   statements_.attach(db_);
-  // Every write is a savepoint, and SQLite keeps the pages a savepoint
-  // changes in a statement journal: in a temporary file, a long transaction
-  // of writes is millions of file writes; in memory, next to none.
-  if (!(sqliteFlags & SQLITE_OPEN_READONLY)) return execute(db_, "PRAGMA temp_store = MEMORY");
   return FERR_OK;
 }
+
+// Every write is a savepoint, and SQLite keeps the pages a savepoint changes
+// in a statement journal. Within a transaction of millions of writes that
+// spills to disk, the journal's file writes outweigh everything else; for
+// smaller transactions the file in the system's cache is the cheaper home.
+RCODE Database::journalInMemory() { return execute(db_, "PRAGMA temp_store = MEMORY"); }
 
 RCODE Database::create(Session& session, const char* path, const Dictionary& dictionary,
                        std::unique_ptr<Database>* out) {

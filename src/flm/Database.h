@@ -70,6 +70,8 @@ class Database {
   RCODE transCommit();
   RCODE transAbort();
   bool transActive() const { return transActive_; }
+  // For a load of millions of records in a few transactions.
+  RCODE journalInMemory();
 
   // For the query engine: SQL on this database and its cached statements.
   sqlite3* sql() const { return db_; }

@@ -60,6 +60,7 @@ class TempDatabase {
     removeFiles();
     flm::RCODE rc = flm::Session::create(kCacheKilobytes, 0, &session_);
     if (!rc) rc = session_->createDatabase(path_.c_str(), layout::polylexDictionary(), &db_);
+    if (!rc) rc = db_->journalInMemory();
     if (rc) {
       flm::Session::close(&session_);
       throw BuildError(path_ + ": cannot make the database: " + flm::errorName(rc));
