@@ -71,37 +71,35 @@ class ScopedPool {
     return n;
   }
   flm::Node* text(flm::Node* parent, uint16_t tag, std::u16string_view value) {
-    flm::Node* n = child(parent, tag);
-    EXPECT_EQ(putText(&pool_, n, value), flm::FERR_OK);
-    return n;
+    return field(parent, tag, [&](flm::Node* n) { return putText(&pool_, n, value); });
   }
   flm::Node* number(flm::Node* parent, uint16_t tag, int64_t value) {
-    flm::Node* n = child(parent, tag);
-    EXPECT_EQ(flm::putInt(&pool_, n, value), flm::FERR_OK);
-    return n;
+    return field(parent, tag, [&](flm::Node* n) { return flm::putInt(&pool_, n, value); });
   }
   flm::Node* utf8(flm::Node* parent, uint16_t tag, std::string_view value) {
-    flm::Node* n = child(parent, tag);
-    EXPECT_EQ(flm::putUtf8(&pool_, n, value.data(), value.size()), flm::FERR_OK);
-    return n;
+    return field(parent, tag,
+                 [&](flm::Node* n) { return flm::putUtf8(&pool_, n, value.data(), value.size()); });
   }
   flm::Node* pointer(flm::Node* parent, uint16_t tag, uint32_t drn) {
-    flm::Node* n = child(parent, tag);
-    EXPECT_EQ(flm::putRecPtr(&pool_, n, drn), flm::FERR_OK);
-    return n;
+    return field(parent, tag, [&](flm::Node* n) { return flm::putRecPtr(&pool_, n, drn); });
   }
   flm::Node* real(flm::Node* parent, uint16_t tag, double value) {
-    flm::Node* n = child(parent, tag);
-    EXPECT_EQ(flm::putReal(&pool_, n, value), flm::FERR_OK);
-    return n;
+    return field(parent, tag, [&](flm::Node* n) { return flm::putReal(&pool_, n, value); });
   }
   flm::Node* binary(flm::Node* parent, uint16_t tag, std::string_view bytes) {
-    flm::Node* n = child(parent, tag);
-    EXPECT_EQ(flm::putBinary(&pool_, n, bytes.data(), bytes.size()), flm::FERR_OK);
-    return n;
+    return field(parent, tag,
+                 [&](flm::Node* n) { return flm::putBinary(&pool_, n, bytes.data(), bytes.size()); });
   }
 
  private:
+  // A child of `parent` holding what `put` stores in it.
+  template <class Put>
+  flm::Node* field(flm::Node* parent, uint16_t tag, Put put) {
+    flm::Node* n = child(parent, tag);
+    EXPECT_EQ(put(n), flm::FERR_OK);
+    return n;
+  }
+
   flm::PoolMemoryManager pool_;
 };
 
