@@ -16,6 +16,8 @@ namespace fs = std::filesystem;
 
 enum class Kind { Lemma, Definition, Example, Other };
 
+constexpr std::string_view kLexicalGap = "GAP!";
+
 bool isOmwFile(const fs::path& p) {
   std::string name = p.filename().string();
   return name.starts_with("wn-data-") && name.ends_with(".tab");
@@ -117,6 +119,9 @@ void readLine(const TextFile& file, std::string_view line, OmwWordNet* wn, Synse
     ++wn->otherLines;
     return;
   }
+  // Some wordnets mark a meaning their language has no word for with this
+  // lemma; it names no word, and the meaning gets none from it.
+  if (kind == Kind::Lemma && f.size() == 3 && f[2] == kLexicalGap) return;
   OmwSynset& s = table->at(file, f[0]);
   if (kind == Kind::Definition) return addNumbered(file, f, &table->definitions());
   if (kind == Kind::Example) return addNumbered(file, f, &table->examples());
