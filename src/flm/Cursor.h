@@ -53,7 +53,10 @@ class Cursor {
   RCODE config(uint32_t option, uint32_t value1, uint32_t value2);
   RCODE getConfig(uint32_t option, uint32_t which, uint32_t* value) const;
   // The master index orders the results unless another is set; component 0
-  // means the first key component.
+  // means the first key component. A record is placed by its smallest key in
+  // that component and left out when it has none there; records of equal
+  // keys follow record-number order, as do all results when the criteria
+  // hold the component equal to a number.
   RCODE setMasterIndex(uint16_t index, uint16_t component);
   RCODE addContext(uint16_t set, Database* db, uint32_t store, uint16_t container);
 
