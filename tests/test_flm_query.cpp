@@ -320,6 +320,27 @@ TEST_F(FlmQueryOperators, ArithmeticAndBitOperators) {
   });
 }
 
+// Arithmetic takes every combination of its sides' values; a record with
+// twenty counts makes 400 of count * count, which is fine, and 160,000 of
+// count * count * count * count, which the query refuses as too much memory
+// rather than grow without bound.
+TEST_F(FlmQueryOperators, ArithmeticOverManyOccurrencesIsBounded) {
+  std::string many = "0 entry many\n";
+  for (int n = 1; n <= 20; ++n) many += "1 count " + std::to_string(n) + "\n";
+  loadBoth(many);
+  const Drns mine = both({cnt, kEq, num(20)});
+  ASSERT_EQ(mine.size(), 1u);
+  EXPECT_EQ(both({cnt, kTimes, cnt, kEq, num(380)}), mine);  // 19 * 20
+  EXPECT_EQ(both({cnt, kTimes, cnt, kEq, num(401)}), Drns{});  // a prime past 20
+  Terms huge = {cnt, kTimes, cnt, kTimes, cnt, kTimes, cnt, kEq, num(1)};
+  Cursor* c = open(kData, huge);
+  uint32_t drn = 0;
+  EXPECT_EQ(c->moveFirst(&drn), FERR_MEM);
+  uint32_t count = 0;
+  EXPECT_EQ(c->recordCount(&count), FERR_MEM);
+  Cursor::free(&c);
+}
+
 TEST_F(FlmQueryOperators, PrecedenceAndParentheses) {
   Terms a = {cnt, kEq, num(0)};
   Terms b = {cnt, kEq, num(5)};

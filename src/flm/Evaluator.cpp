@@ -138,6 +138,10 @@ void Evaluator::values(int node, const Binding* bindings, std::vector<Operand>* 
   std::vector<Operand> left, right;
   values(e.kids[0], bindings, &left);
   values(e.kids[1], bindings, &right);
+  if (left.size() * right.size() > kMaxCombinations) {
+    cutShort_ = true;
+    return;
+  }
   Operand r;
   for (const Operand& a : left)
     for (const Operand& b : right)

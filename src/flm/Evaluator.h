@@ -32,6 +32,12 @@ class Evaluator {
   // Every value the expression takes for these records (one per occurrence of
   // each field it reads).
   void values(int node, const Binding* bindings, std::vector<Operand>* out) const;
+  // Arithmetic combines every value of one side with every value of the
+  // other, which a few fields of many occurrences multiply past any memory:
+  // past this many combinations the expression takes no value, and the
+  // evaluation is marked as cut short.
+  static constexpr size_t kMaxCombinations = size_t{1} << 16;
+  bool cutShort() const { return cutShort_; }
 
  private:
   Truth compare(uint16_t op, const std::vector<Operand>& left,
@@ -43,6 +49,7 @@ class Evaluator {
   const Collation& collation_;
   bool caseSensitive_;
   bool wildcards_;
+  mutable bool cutShort_ = false;
 };
 
 // A field's value as an operand; false for a field whose value can't take part.

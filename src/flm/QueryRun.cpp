@@ -612,6 +612,7 @@ RCODE QueryRun::run(std::vector<uint32_t>* out) {
   found_ = out;
   out->reserve(16);  // most queries find a few records: one allocation, not several
   RCODE rc = bindFrom(0, 0);
+  if (!rc && evaluator_.cutShort()) rc = FERR_MEM;
   if (rc) return rc;
   if (!keyed_) {
     std::sort(out->begin(), out->end());
