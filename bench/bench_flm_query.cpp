@@ -201,7 +201,7 @@ void runQueries(benchmark::State& state, Criteria criteria, bool join, uint32_t 
   const bool freshKeys = state.range(0) != 0;
   for (auto _ : state) {
     n = n * 1103515245u + 12345u;  // spread the queries over the keys
-    if (freshKeys) db->keyCache()->clear();
+    if (freshKeys) db->answerCache()->clear();
     flm::Cursor* c = nullptr;
     flm::RCODE rc = makeCursor(db, join, &c);
     if (!rc) {

@@ -1,13 +1,13 @@
-// Records and key probes' answers kept in memory after a read: within their
-// budget, least recently used out first, and never stale after this
-// connection's own writes.
+// Records, key probes' and queries' answers kept in memory after a read:
+// within their budget, least recently used out first, never stale after this
+// connection's own writes, and never given for a question that differs.
 #include <gtest/gtest.h>
 
 #include <string>
 
 #include "flm/BlobCache.h"
 #include "flm/Cursor.h"
-#include "flm/KeyCache.h"
+#include "flm/AnswerCache.h"
 #include "flm/Session.h"
 #include "flm/Value.h"
 #include "support/FlmNodes.h"
@@ -95,8 +95,8 @@ TEST(FlmBlobCache, AFullCacheMakesRoomForEachNewRecord) {
   EXPECT_EQ(keptCount, 50);
 }
 
-TEST(FlmKeyCache, AnswersOnlyTheQuestionItKeptAndAppends) {
-  KeyCache cache;
+TEST(FlmAnswerCache, AnswersOnlyTheQuestionItKeptAndAppends) {
+  AnswerCache cache;
   cache.setLimit(4096);
   const std::string question = std::string("probe\0one", 9);
   cache.put(question, {7, 3, 9});
@@ -138,18 +138,26 @@ class CachedDatabase : public ::testing::Test {
     EXPECT_EQ(putUtf8(&pool_, root, name, std::char_traits<char>::length(name)), FERR_OK);
     return root;
   }
-  // The records named `name`, found through the index.
-  std::vector<uint32_t> named(const char* name) {
+  // The records of `store` whose name meets `op name`, in the order of
+  // `index` (0: record numbers); {0} when the query fails.
+  std::vector<uint32_t> found(uint16_t op, const char* name, uint32_t mode = 0,
+                              uint16_t index = 0, uint32_t store = 0) {
     Cursor* c = nullptr;
     const uint16_t path[] = {1};
-    std::vector<uint32_t> found;
-    if (Cursor::init(db_, 0, FLM_DATA_CONTAINER, &c) || c->addField(path, 1, 0) ||
-        c->addOp(FLM_EQ_OP) || c->addValue(FLM_STRING_VAL, name, 0))
-      return {0};
+    if (Cursor::init(db_, store, FLM_DATA_CONTAINER, &c)) return {0};
+    std::vector<uint32_t> drns;
+    bool built = !c->addField(path, 1, 0) && !c->addOp(op) &&
+                 !c->addValue(FLM_STRING_VAL, name, 0) && !c->setMode(mode) &&
+                 !c->setMasterIndex(index, 1);
     uint32_t drn = 0;
-    for (RCODE rc = c->moveFirst(&drn); rc == FERR_OK; rc = c->moveNext(&drn)) found.push_back(drn);
+    RCODE rc = built ? c->moveFirst(&drn) : FERR_FAILURE;
+    for (; rc == FERR_OK; rc = c->moveNext(&drn)) drns.push_back(drn);
     Cursor::free(&c);
-    return found;
+    return rc == FERR_EOF_HIT ? drns : std::vector<uint32_t>{0};
+  }
+  std::vector<uint32_t> named(const char* name) { return found(FLM_EQ_OP, name); }
+  void add(uint32_t store, const char* name, uint32_t drn = 0) {
+    ASSERT_EQ(db_->add(store, FLM_DATA_CONTAINER, &drn, record(name)), FERR_OK);
   }
   std::u16string stored() {
     Node* root = nullptr;
@@ -198,6 +206,70 @@ TEST_F(CachedDatabase, OwnWritesChangeWhatTheIndexAnswers) {
     EXPECT_EQ(named("second"), (std::vector<uint32_t>{1, drn}));
   ASSERT_EQ(db_->remove(0, FLM_DATA_CONTAINER, 1), FERR_OK);
   EXPECT_EQ(named("second"), (std::vector<uint32_t>{drn}));
+}
+
+// Every question twice: a kept answer must not serve a question that differs
+// in mode, order or store.
+TEST_F(CachedDatabase, AKeptAnswerServesOnlyItsOwnQuestion) {
+  add(0, "First");  // record 2
+  add(0, "aa");     // record 3
+  add(1, "first", 9);
+  for (int twice = 0; twice < 2; ++twice) {
+    EXPECT_EQ(named("first"), (std::vector<uint32_t>{1}));
+    EXPECT_EQ(found(FLM_EQ_OP, "first", FLM_NOCASE), (std::vector<uint32_t>{1, 2}));
+    EXPECT_EQ(found(FLM_EQ_OP, "first", 0, 0, 1), (std::vector<uint32_t>{9}));
+    EXPECT_EQ(found(FLM_GE_OP, "a"), (std::vector<uint32_t>{1, 2, 3}));
+    EXPECT_EQ(found(FLM_GE_OP, "a", 0, 100), (std::vector<uint32_t>{3, 1, 2}));
+  }
+}
+
+// A query answered before skips parsing its criteria; criteria that grow
+// after that are parsed, and refused when malformed.
+TEST_F(CachedDatabase, CriteriaAnsweredBeforeAreStillCheckedWhenTheyGrow) {
+  ASSERT_EQ(named("first"), (std::vector<uint32_t>{1}));
+  Cursor* c = nullptr;
+  const uint16_t path[] = {1};
+  ASSERT_EQ(Cursor::init(db_, 0, FLM_DATA_CONTAINER, &c), FERR_OK);
+  ASSERT_EQ(c->addField(path, 1, 0), FERR_OK);
+  ASSERT_EQ(c->addOp(FLM_EQ_OP), FERR_OK);
+  ASSERT_EQ(c->addValue(FLM_STRING_VAL, "first", 0), FERR_OK);
+  EXPECT_EQ(c->validate(), FERR_OK);
+  uint32_t count = 0;
+  EXPECT_EQ(c->recordCount(&count), FERR_OK);
+  EXPECT_EQ(count, 1u);
+  ASSERT_EQ(c->addOp(FLM_AND_OP), FERR_OK);
+  EXPECT_EQ(c->validate(), FERR_CURSOR_SYNTAX);
+  EXPECT_EQ(c->recordCount(&count), FERR_CURSOR_SYNTAX);
+  Cursor::free(&c);
+}
+
+// A join over two databases depends on both, and only one is told of a write
+// to the other: such answers are not kept.
+TEST_F(CachedDatabase, AJoinOverTwoDatabasesSeesWritesToEither) {
+  testflm::ScratchDatabase other(namesDictionary());
+  uint32_t drn = 1;
+  ASSERT_EQ(other.db()->add(0, FLM_DATA_CONTAINER, &drn, record("first")), FERR_OK);
+  ASSERT_EQ(other.reopen(FO_EXCLUSIVE), FERR_OK);
+  auto joined = [&] {
+    Cursor* c = nullptr;
+    const uint16_t path[] = {1};
+    std::vector<uint32_t> drns;
+    if (Cursor::init(nullptr, 0, FLM_DATA_CONTAINER, &c) ||
+        c->addContext(1, db_, 0, FLM_DATA_CONTAINER) ||
+        c->addContext(2, other.db(), 0, FLM_DATA_CONTAINER) || c->addField(path, 1, 1) ||
+        c->addOp(FLM_EQ_OP) || c->addField(path, 1, 2))
+      return std::vector<uint32_t>{0};
+    uint32_t found = 0;
+    for (RCODE rc = c->moveFirst(&found); rc == FERR_OK; rc = c->moveNext(&found))
+      drns.push_back(found);
+    Cursor::free(&c);
+    return drns;
+  };
+  for (int twice = 0; twice < 2; ++twice) EXPECT_EQ(joined(), (std::vector<uint32_t>{1}));
+  ASSERT_EQ(other.db()->modify(0, FLM_DATA_CONTAINER, 1, record("other")), FERR_OK);
+  EXPECT_EQ(joined(), (std::vector<uint32_t>{}));
+  ASSERT_EQ(db_->modify(0, FLM_DATA_CONTAINER, 1, record("other")), FERR_OK);
+  EXPECT_EQ(joined(), (std::vector<uint32_t>{1}));
 }
 
 }  // namespace

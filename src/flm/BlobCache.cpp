@@ -123,7 +123,7 @@ void BlobCache::erase(int64_t id) {
   vacate(static_cast<size_t>(s - slots_.data()));
 }
 
-// A small table is emptied in place: the key cache is cleared by every write,
+// A small table is emptied in place: the answer cache is cleared by every write,
 // and a writer that reads between writes would otherwise remake it each time.
 void BlobCache::clear() {
   if (slots_.size() <= kFirstCapacity)

@@ -1,5 +1,5 @@
 // Byte strings by a 64-bit id, within a byte budget: records in their stored
-// form by record id, key probes' answers by a hash of the question. Eviction
+// form by record id, answers by a hash of the question. Eviction
 // is by the clock: an entry found since the hand last passed it is spared
 // once, so a hit costs one probe of a flat table and no reordering.
 #ifndef CORVID5_FLM_BLOBCACHE_H

@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <new>
+#include <string>
 
 #include "flm/Evaluator.h"
 #include "flm/Unicode.h"
@@ -22,6 +23,9 @@ std::u16string fromUtf8(const char* text, size_t bytes) {
   out.resize(units < 0 ? 0 : static_cast<size_t>(units));
   return out;
 }
+
+// Queries that find more records than this are run again when asked again.
+constexpr size_t kLongestKeptAnswer = 1024;
 
 }  // namespace
 
@@ -46,6 +50,10 @@ RCODE Cursor::free(Cursor** cursor) {
 
 void Cursor::invalidate() {
   parsedCurrent_ = false;
+  forgetResults();
+}
+
+void Cursor::forgetResults() {
   executed_ = false;
   results_.clear();
   position_ = -1;
@@ -111,7 +119,7 @@ RCODE Cursor::addFieldValue(const Node* field) {
 
 RCODE Cursor::setMode(uint32_t flags) {
   mode_ = flags;
-  invalidate();
+  forgetResults();
   return FERR_OK;
 }
 
@@ -122,7 +130,7 @@ RCODE Cursor::config(uint32_t option, uint32_t value1, uint32_t value2) {
     case FCURSOR_SET_INDEX:
       index_ = static_cast<uint16_t>(value1);
       indexComponent_ = static_cast<uint16_t>(value2);
-      invalidate();
+      forgetResults();
       return FERR_OK;
     default:
       return FERR_NOT_IMPLEMENTED;
@@ -141,7 +149,7 @@ RCODE Cursor::setMasterIndex(uint16_t index, uint16_t component) {
   if (index && db && !db->dictionary().index(index)) return FERR_BAD_IX;
   masterIndex_ = index;
   masterComponent_ = component;
-  invalidate();
+  forgetResults();
   return FERR_OK;
 }
 
@@ -168,6 +176,12 @@ const Source& Cursor::resultSource() const {
 
 RCODE Cursor::validate() {
   if (parsedCurrent_) return parseError_;
+  // Criteria answered before parsed then, and their answer needs no parse.
+  if (executed_ || answeredBefore()) return FERR_OK;
+  return parse();
+}
+
+RCODE Cursor::parse() {
   Database* db = anyDatabase();
   parseError_ = parseCriteria(pieces_, db ? &db->dictionary() : nullptr, &parsed_);
   // Set 0 is the cursor's own source, or the first context set of a cursor
@@ -183,9 +197,74 @@ RCODE Cursor::validate() {
   return parseError_;
 }
 
+// Answers are kept where every set reads one database that keeps them, so
+// that a write to it, which empties its cache, is all that can change them.
+AnswerCache* Cursor::answerCache() const {
+  Database* db = own_.db;
+  for (const auto& s : sets_) {
+    if (!s) continue;
+    if (db && s->db != db) return nullptr;
+    db = s->db;
+  }
+  return db ? db->answerCache() : nullptr;
+}
+
+// Everything a query's answer depends on besides the database's contents:
+// the sets, the pieces, the mode and the order. Members are laid out one by
+// one, never as whole structs, whose padding would make equal questions
+// differ.
+std::string_view Cursor::question() const {
+  thread_local std::string questionText;
+  std::string& text = questionText;
+  size_t longest = 64 + kMaxSets * 8;
+  for (const Piece& p : pieces_) longest += 32 + 2 * (p.path.size() + p.value.text.size());
+  text.resize(longest);
+  char* at = text.data();
+  auto put = [&at](const auto& v) {
+    std::memcpy(at, &v, sizeof v);
+    at += sizeof v;
+  };
+  auto putSource = [&](const Source* src) {
+    put(static_cast<uint8_t>(src != nullptr));
+    if (src) {
+      put(src->store);
+      put(src->container);
+    }
+  };
+  put(kQueryQuestion);
+  put(mode_ & (FLM_NOCASE | FLM_WILD));
+  put(index_);
+  put(indexComponent_);
+  put(masterIndex_);
+  put(masterComponent_);
+  putSource(own_.db ? &own_ : nullptr);
+  for (int set = 1; set < kMaxSets; ++set) putSource(sets_[set] ? &*sets_[set] : nullptr);
+  for (const Piece& p : pieces_) {
+    put(p.kind);
+    put(p.op);
+    put(p.set);
+    put(static_cast<uint16_t>(p.path.size()));
+    for (uint16_t tag : p.path) put(tag);
+    put(p.value.kind);
+    put(p.value.number);
+    put(p.value.real);
+    put(static_cast<uint32_t>(p.value.text.size()));
+    for (char16_t unit : p.value.text) put(unit);
+  }
+  text.resize(static_cast<size_t>(at - text.data()));
+  return text;
+}
+
+bool Cursor::answeredBefore() {
+  AnswerCache* answers = answerCache();
+  results_.clear();
+  executed_ = answers && answers->find(question(), &results_);
+  return executed_;
+}
+
 RCODE Cursor::execute() {
-  if (executed_) return FERR_OK;
-  RCODE rc = validate();
+  if (executed_ || answeredBefore()) return FERR_OK;
+  RCODE rc = parsedCurrent_ ? parseError_ : parse();
   if (rc) return rc;
   const Source& result = resultSource();
   if (!result.db) return FERR_BAD_HDL;
@@ -205,6 +284,10 @@ RCODE Cursor::execute() {
   query.orderComponent = component ? component : 1;
   rc = runQuery(query, &results_);
   executed_ = rc == FERR_OK;
+  AnswerCache* answers = answerCache();
+  // A long list would push many short ones out for one question.
+  if (executed_ && answers && results_.size() <= kLongestKeptAnswer)
+    answers->put(question(), results_);
   return rc;
 }
 

@@ -13,6 +13,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 #include "flm/Criteria.h"
@@ -73,9 +74,16 @@ class Cursor {
 
  private:
   Cursor(Database* db, uint32_t store, uint16_t container);
-  RCODE prepare();
+  RCODE parse();
   RCODE execute();
+  // Takes the answer kept from an earlier run of the same query, if any.
+  bool answeredBefore();
+  AnswerCache* answerCache() const;
+  std::string_view question() const;
+  // Criteria changed: they must be parsed and run again.
   void invalidate();
+  // Only how they run changed: the parse still holds.
+  void forgetResults();
   RCODE step(int delta, uint32_t* drn);
   Database* anyDatabase() const;
 

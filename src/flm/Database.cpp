@@ -149,11 +149,11 @@ void Database::setCacheLimit(uint32_t kilobytes) {
   uint32_t pages = readOnly() ? kilobytes / 8 : cachesRecords() ? kilobytes / 2 : kilobytes;
   std::string pragma = "PRAGMA cache_size = -" + std::to_string(pages ? pages : 1);
   execute(db_, pragma.c_str());
-  // Records take three quarters of what is left: a key probe's answer is a
-  // few numbers, a record is a few hundred bytes.
+  // Records take three quarters of what is left: an answer is a few
+  // numbers, a record is a few hundred bytes.
   size_t rest = cachesRecords() ? size_t{kilobytes - pages} * 1024 : 0;
   records_.setLimit(rest - rest / 4);
-  keys_.setLimit(rest / 4);
+  answers_.setLimit(rest / 4);
 }
 
 RCODE Database::checkTarget(uint32_t store, uint16_t container) const {
@@ -243,7 +243,7 @@ RCODE Database::readBlob(int64_t id, std::string* blob, bool* found) {
 
 template <class Op>
 RCODE Database::atomically(Op op) {
-  keys_.clear();
+  answers_.clear();
   RCODE rc = statements_.run("SAVEPOINT flm_write");
   if (rc) return rc;
   rc = op();
@@ -457,7 +457,7 @@ RCODE Database::transAbort() {
   transActive_ = false;
   nextDrns_.clear();
   records_.clear();
-  keys_.clear();
+  answers_.clear();
   return rc;
 }
 

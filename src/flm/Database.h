@@ -16,7 +16,7 @@
 #include "flm/Collation.h"
 #include "flm/Dictionary.h"
 #include "flm/FileGuard.h"
-#include "flm/KeyCache.h"
+#include "flm/AnswerCache.h"
 #include "flm/Node.h"
 #include "flm/RecordCodec.h"
 #include "flm/Sql.h"
@@ -77,13 +77,13 @@ class Database {
   sqlite3* sql() const { return db_; }
   RCODE statement(std::string_view sql, sqlite3_stmt** stmt) { return statements_.get(sql, stmt); }
 
-  // What earlier key probes found; null where another connection could
-  // change the keys behind the cache's back.
-  KeyCache* keyCache() { return cachesRecords() ? &keys_ : nullptr; }
+  // What earlier key probes and queries found; null where another connection
+  // could change the records and keys behind the cache's back.
+  AnswerCache* answerCache() { return cachesRecords() ? &answers_ : nullptr; }
 
   // The share of the session's cache limit this database may use: SQLite's
   // pages, and, where no one else can write, half of it for records read and
-  // keys found.
+  // answers found.
   void setCacheLimit(uint32_t kilobytes);
 
   // The live database behind a handle; null for a handle that was closed.
@@ -126,7 +126,7 @@ class Database {
   Collation collation_;
   bool transActive_ = false;
   BlobCache records_;
-  KeyCache keys_;
+  AnswerCache answers_;
   // Next free numbers by container, known only while this connection holds
   // the write lock of an explicit transaction.
   std::unordered_map<int64_t, uint32_t> nextDrns_;

@@ -99,7 +99,8 @@ RCODE collect(Database* db, std::string_view sql, const std::vector<SqlParam>& p
 std::string_view question(const KeyProbe& probe) {
   thread_local std::string text;
   const char* sql = probe.sql.data();
-  text.assign(reinterpret_cast<const char*>(&sql), sizeof sql);
+  text.assign(1, kKeyProbeQuestion);
+  text.append(reinterpret_cast<const char*>(&sql), sizeof sql);
   for (const SqlParam& p : probe.params) {
     text += static_cast<char>(p.kind);
     if (p.kind == SqlParam::Integer) {
@@ -133,7 +134,7 @@ KeyProbe probeRange(uint16_t index, uint32_t store, uint16_t component, KeyColum
 }
 
 RCODE runProbe(Database* db, const KeyProbe& probe, std::vector<uint32_t>* drns) {
-  KeyCache* cache = db->keyCache();
+  AnswerCache* cache = db->answerCache();
   if (!cache) return collect(db, probe.sql, probe.params, 0, drns);
   std::string_view asked = question(probe);
   if (cache->find(asked, drns)) return FERR_OK;

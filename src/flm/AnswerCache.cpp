@@ -1,4 +1,4 @@
-#include "flm/KeyCache.h"
+#include "flm/AnswerCache.h"
 
 #include <cstring>
 #include <functional>
@@ -13,7 +13,7 @@ int64_t idOf(std::string_view question) {
 
 }  // namespace
 
-bool KeyCache::find(std::string_view question, std::vector<uint32_t>* drns) {
+bool AnswerCache::find(std::string_view question, std::vector<uint32_t>* drns) {
   std::string_view entry;
   if (!entries_.find(idOf(question), &entry)) return false;
   uint32_t asked;
@@ -29,7 +29,7 @@ bool KeyCache::find(std::string_view question, std::vector<uint32_t>* drns) {
   return true;
 }
 
-void KeyCache::put(std::string_view question, const std::vector<uint32_t>& drns) {
+void AnswerCache::put(std::string_view question, const std::vector<uint32_t>& drns) {
   auto asked = static_cast<uint32_t>(question.size());
   entry_.assign(reinterpret_cast<const char*>(&asked), sizeof asked);
   entry_.append(question);
@@ -37,7 +37,7 @@ void KeyCache::put(std::string_view question, const std::vector<uint32_t>& drns)
   entries_.put(idOf(question), entry_);
 }
 
-void KeyCache::clear() {
+void AnswerCache::clear() {
   if (entries_.bytes()) entries_.clear();
 }
 

@@ -1,10 +1,12 @@
-// What recent key probes found, within a byte budget, so that asking an index
-// the same question again costs one probe of a flat table instead of a
-// descent through the key table. An entry is kept under a hash of its
-// question and holds the question itself, so that two questions of one hash
-// never answer for each other.
-#ifndef CORVID5_FLM_KEYCACHE_H
-#define CORVID5_FLM_KEYCACHE_H
+// What recent questions found, within a byte budget: the record numbers a key
+// probe or a whole query answered, so that asking again costs one probe of a
+// flat table instead of a descent through the key table or a query's plan.
+// An entry is kept under a hash of its question and holds the question
+// itself, so that two questions of one hash never answer for each other.
+// Questions begin with a byte that names their kind, so that the two kinds
+// never meet either.
+#ifndef CORVID5_FLM_ANSWERCACHE_H
+#define CORVID5_FLM_ANSWERCACHE_H
 
 #include <cstddef>
 #include <cstdint>
@@ -16,7 +18,11 @@
 
 namespace flm {
 
-class KeyCache {
+// The first byte of a question.
+constexpr char kKeyProbeQuestion = 'K';
+constexpr char kQueryQuestion = 'Q';
+
+class AnswerCache {
  public:
   // A limit of 0 turns the cache off and empties it.
   void setLimit(size_t bytes) { entries_.setLimit(bytes); }
