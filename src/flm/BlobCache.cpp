@@ -45,6 +45,14 @@ BlobCache::Slot* BlobCache::slotOf(int64_t id) {
   }
 }
 
+void BlobCache::prefetchSlot(int64_t id) const {
+  if (count_) __builtin_prefetch(&slots_[home(id)]);
+}
+
+void BlobCache::prefetchBytes(int64_t id) {
+  if (const Slot* s = slotOf(id)) __builtin_prefetch(s->blob.get());
+}
+
 void BlobCache::setLimit(size_t bytes) {
   limit_ = bytes;
   evictTo(limit_);

@@ -23,6 +23,11 @@ class BlobCache {
   // until the cache is next changed.
   bool find(int64_t id, std::string_view* blob);
   void put(int64_t id, std::string_view blob);
+  // Hints that `id` is asked for soon, so that the memory it is found in is
+  // on its way by then: first its slot, then (once the slot has arrived) its
+  // bytes.
+  void prefetchSlot(int64_t id) const;
+  void prefetchBytes(int64_t id);
   void erase(int64_t id);
   void clear();
 

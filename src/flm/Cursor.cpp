@@ -259,7 +259,13 @@ bool Cursor::answeredBefore() {
   AnswerCache* answers = answerCache();
   results_.clear();
   executed_ = answers && answers->find(question(), &results_);
+  if (executed_) prefetchResults();
   return executed_;
+}
+
+void Cursor::prefetchResults() const {
+  const Source& src = resultSource();
+  if (src.db) src.db->prefetch(src.store, src.container, results_);
 }
 
 RCODE Cursor::execute() {
@@ -284,6 +290,7 @@ RCODE Cursor::execute() {
   query.orderComponent = component ? component : 1;
   rc = runQuery(query, &results_);
   executed_ = rc == FERR_OK;
+  if (executed_) prefetchResults();
   AnswerCache* answers = answerCache();
   // A long list would push many short ones out for one question.
   if (executed_ && answers && results_.size() <= kLongestKeptAnswer)
@@ -349,6 +356,10 @@ RCODE Cursor::read(PoolMemoryManager* pool, Node** root) {
   RCODE rc = current(&drn);
   if (rc) return rc;
   const Source& src = resultSource();
+  // Results are mostly read in order: the next one's bytes are fetched while
+  // this one decodes.
+  auto next = static_cast<size_t>(position_ + 1);
+  if (next < results_.size()) src.db->prefetchNext(src.store, src.container, results_[next]);
   return src.db->retrieve(src.store, src.container, drn, pool, root);
 }
 

@@ -78,6 +78,7 @@ class Cursor {
   RCODE execute();
   // Takes the answer kept from an earlier run of the same query, if any.
   bool answeredBefore();
+  void prefetchResults() const;
   AnswerCache* answerCache() const;
   std::string_view question() const;
   // Criteria changed: they must be parsed and run again.

@@ -219,6 +219,16 @@ bool Database::kept(uint32_t store, uint16_t container, uint32_t drn) {
   return records_.find(recordId(store, container, drn), &blob);
 }
 
+void Database::prefetch(uint32_t store, uint16_t container, const std::vector<uint32_t>& drns) {
+  // A few ahead is all a reader gets to before the hints are stale.
+  size_t ahead = std::min<size_t>(drns.size(), 8);
+  for (size_t i = 0; i < ahead; ++i) records_.prefetchSlot(recordId(store, container, drns[i]));
+}
+
+void Database::prefetchNext(uint32_t store, uint16_t container, uint32_t drn) {
+  records_.prefetchBytes(recordId(store, container, drn));
+}
+
 RCODE Database::storedRecord(uint32_t store, uint16_t container, uint32_t drn, std::string* blob) {
   RCODE rc = checkRecord(store, container, drn);
   if (rc) return rc;

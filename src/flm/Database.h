@@ -61,6 +61,12 @@ class Database {
   // Whether a record is among those kept from earlier reads, and so known to
   // be stored without asking SQLite; false says nothing.
   bool kept(uint32_t store, uint16_t container, uint32_t drn);
+  // Hints that records are read soon, one after another: where they are
+  // kept, the memory they are found in is fetched ahead, so that each read
+  // does not wait for it in turn. The places of a list first, then the bytes
+  // of the one read next.
+  void prefetch(uint32_t store, uint16_t container, const std::vector<uint32_t>& drns);
+  void prefetchNext(uint32_t store, uint16_t container, uint32_t drn);
   // Every (store, container) that holds a record, in store and container
   // order.
   RCODE containersInUse(std::vector<std::pair<uint32_t, uint16_t>>* out);
