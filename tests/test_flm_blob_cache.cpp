@@ -223,24 +223,28 @@ TEST_F(CachedDatabase, AKeptAnswerServesOnlyItsOwnQuestion) {
   }
 }
 
-// A query answered before skips parsing its criteria; criteria that grow
-// after that are parsed, and refused when malformed.
+// A query answered before skips parsing its criteria, however it is asked
+// next; criteria that grow after that are parsed, and refused when malformed.
 TEST_F(CachedDatabase, CriteriaAnsweredBeforeAreStillCheckedWhenTheyGrow) {
+  add(0, "second");
   ASSERT_EQ(named("first"), (std::vector<uint32_t>{1}));
-  Cursor* c = nullptr;
-  const uint16_t path[] = {1};
-  ASSERT_EQ(Cursor::init(db_, 0, FLM_DATA_CONTAINER, &c), FERR_OK);
-  ASSERT_EQ(c->addField(path, 1, 0), FERR_OK);
-  ASSERT_EQ(c->addOp(FLM_EQ_OP), FERR_OK);
-  ASSERT_EQ(c->addValue(FLM_STRING_VAL, "first", 0), FERR_OK);
-  EXPECT_EQ(c->validate(), FERR_OK);
-  uint32_t count = 0;
-  EXPECT_EQ(c->recordCount(&count), FERR_OK);
-  EXPECT_EQ(count, 1u);
-  ASSERT_EQ(c->addOp(FLM_AND_OP), FERR_OK);
-  EXPECT_EQ(c->validate(), FERR_CURSOR_SYNTAX);
-  EXPECT_EQ(c->recordCount(&count), FERR_CURSOR_SYNTAX);
-  Cursor::free(&c);
+  for (uint32_t mode : {0u, uint32_t{FLM_NOCASE}}) {
+    Cursor* c = nullptr;
+    const uint16_t path[] = {1};
+    ASSERT_EQ(Cursor::init(db_, 0, FLM_DATA_CONTAINER, &c), FERR_OK);
+    ASSERT_EQ(c->addField(path, 1, 0), FERR_OK);
+    ASSERT_EQ(c->addOp(FLM_EQ_OP), FERR_OK);
+    ASSERT_EQ(c->addValue(FLM_STRING_VAL, "first", 0), FERR_OK);
+    ASSERT_EQ(c->setMode(mode), FERR_OK);
+    EXPECT_EQ(c->validate(), FERR_OK);
+    uint32_t count = 0;
+    EXPECT_EQ(c->recordCount(&count), FERR_OK);
+    EXPECT_EQ(count, 1u) << "mode " << mode;
+    ASSERT_EQ(c->addOp(FLM_AND_OP), FERR_OK);
+    EXPECT_EQ(c->validate(), FERR_CURSOR_SYNTAX);
+    EXPECT_EQ(c->recordCount(&count), FERR_CURSOR_SYNTAX);
+    Cursor::free(&c);
+  }
 }
 
 // A join over two databases depends on both, and only one is told of a write

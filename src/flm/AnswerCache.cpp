@@ -13,7 +13,7 @@ int64_t idOf(std::string_view question) {
 
 }  // namespace
 
-bool AnswerCache::find(std::string_view question, std::vector<uint32_t>* drns) {
+bool AnswerCache::findBytes(std::string_view question, std::string_view* answer) {
   std::string_view entry;
   if (!entries_.find(idOf(question), &entry)) return false;
   uint32_t asked;
@@ -21,20 +21,31 @@ bool AnswerCache::find(std::string_view question, std::vector<uint32_t>* drns) {
   std::memcpy(&asked, entry.data(), sizeof asked);
   entry.remove_prefix(sizeof asked);
   if (entry.substr(0, asked) != question) return false;
-  entry.remove_prefix(asked);
-  size_t count = entry.size() / sizeof(uint32_t);
+  *answer = entry.substr(asked);
+  return true;
+}
+
+void AnswerCache::putBytes(std::string_view question, std::string_view answer) {
+  auto asked = static_cast<uint32_t>(question.size());
+  entry_.assign(reinterpret_cast<const char*>(&asked), sizeof asked);
+  entry_.append(question);
+  entry_.append(answer);
+  entries_.put(idOf(question), entry_);
+}
+
+bool AnswerCache::find(std::string_view question, std::vector<uint32_t>* drns) {
+  std::string_view answer;
+  if (!findBytes(question, &answer)) return false;
+  size_t count = answer.size() / sizeof(uint32_t);
   size_t at = drns->size();
   drns->resize(at + count);
-  if (count) std::memcpy(drns->data() + at, entry.data(), count * sizeof(uint32_t));
+  if (count) std::memcpy(drns->data() + at, answer.data(), count * sizeof(uint32_t));
   return true;
 }
 
 void AnswerCache::put(std::string_view question, const std::vector<uint32_t>& drns) {
-  auto asked = static_cast<uint32_t>(question.size());
-  entry_.assign(reinterpret_cast<const char*>(&asked), sizeof asked);
-  entry_.append(question);
-  entry_.append(reinterpret_cast<const char*>(drns.data()), drns.size() * sizeof(uint32_t));
-  entries_.put(idOf(question), entry_);
+  putBytes(question, std::string_view(reinterpret_cast<const char*>(drns.data()),
+                                      drns.size() * sizeof(uint32_t)));
 }
 
 void AnswerCache::clear() {

@@ -30,6 +30,10 @@ class AnswerCache {
   // Appends the record numbers kept for `question`; false when none are.
   bool find(std::string_view question, std::vector<uint32_t>* drns);
   void put(std::string_view question, const std::vector<uint32_t>& drns);
+  // The same for answers laid out by the asker. The bytes found stay valid
+  // until the cache is next changed.
+  bool findBytes(std::string_view question, std::string_view* answer);
+  void putBytes(std::string_view question, std::string_view answer);
   void clear();
 
  private:

@@ -26,6 +26,8 @@ std::u16string fromUtf8(const char* text, size_t bytes) {
 
 // Queries that find more records than this are run again when asked again.
 constexpr size_t kLongestKeptAnswer = 1024;
+// Past this, a query's entry starts again with its newest answer alone.
+constexpr size_t kLongestEntry = 4 * kLongestKeptAnswer * sizeof(uint32_t);
 
 }  // namespace
 
@@ -176,8 +178,8 @@ const Source& Cursor::resultSource() const {
 
 RCODE Cursor::validate() {
   if (parsedCurrent_) return parseError_;
-  // Criteria answered before parsed then, and their answer needs no parse.
-  if (executed_ || answeredBefore()) return FERR_OK;
+  // Criteria answered before parsed then, however they were asked.
+  if (executed_ || lookUpAnswers()) return FERR_OK;
   return parse();
 }
 
@@ -209,10 +211,11 @@ AnswerCache* Cursor::answerCache() const {
   return db ? db->answerCache() : nullptr;
 }
 
-// Everything a query's answer depends on besides the database's contents:
-// the sets, the pieces, the mode and the order. Members are laid out one by
-// one, never as whole structs, whose padding would make equal questions
-// differ.
+// What a query asks besides how it is asked: the sets and the pieces. Its
+// entry keeps an answer for each way it was asked (mode and order), and
+// that there is an entry at all tells that the criteria parse. Members are
+// laid out one by one, never as whole structs, whose padding would make
+// equal questions differ.
 std::string_view Cursor::question() const {
   thread_local std::string questionText;
   std::string& text = questionText;
@@ -232,11 +235,6 @@ std::string_view Cursor::question() const {
     }
   };
   put(kQueryQuestion);
-  put(mode_ & (FLM_NOCASE | FLM_WILD));
-  put(index_);
-  put(indexComponent_);
-  put(masterIndex_);
-  put(masterComponent_);
   putSource(own_.db ? &own_ : nullptr);
   for (int set = 1; set < kMaxSets; ++set) putSource(sets_[set] ? &*sets_[set] : nullptr);
   for (const Piece& p : pieces_) {
@@ -255,12 +253,65 @@ std::string_view Cursor::question() const {
   return text;
 }
 
-bool Cursor::answeredBefore() {
+Cursor::How Cursor::how() const {
+  How asked{};
+  char* at = asked.data();
+  auto put = [&at](const auto& v) {
+    std::memcpy(at, &v, sizeof v);
+    at += sizeof v;
+  };
+  put(mode_ & (FLM_NOCASE | FLM_WILD));
+  put(index_);
+  put(indexComponent_);
+  put(masterIndex_);
+  put(masterComponent_);
+  return asked;
+}
+
+// An entry's answers follow one another, each its `How`, a count and the
+// record numbers.
+bool Cursor::lookUpAnswers() {
   AnswerCache* answers = answerCache();
-  results_.clear();
-  executed_ = answers && answers->find(question(), &results_);
-  if (executed_) prefetchResults();
-  return executed_;
+  std::string_view kept;
+  if (!answers || !answers->findBytes(question(), &kept)) return false;
+  const How asked = how();
+  const std::string_view wanted(asked.data(), asked.size());
+  constexpr size_t kHead = sizeof(How) + sizeof(uint32_t);
+  while (kept.size() >= kHead) {
+    uint32_t count;
+    std::memcpy(&count, kept.data() + sizeof(How), sizeof count);
+    bool same = kept.substr(0, sizeof(How)) == wanted;
+    kept.remove_prefix(kHead);
+    size_t bytes = size_t{count} * sizeof(uint32_t);
+    if (kept.size() < bytes) break;
+    if (same) {
+      results_.resize(count);
+      if (count) std::memcpy(results_.data(), kept.data(), bytes);
+      executed_ = true;
+      prefetchResults();
+      break;
+    }
+    kept.remove_prefix(bytes);
+  }
+  return true;
+}
+
+void Cursor::keepAnswer() const {
+  AnswerCache* answers = answerCache();
+  // A long list would push many short ones out for one question.
+  if (!answers || results_.size() > kLongestKeptAnswer) return;
+  thread_local std::string entryText;
+  std::string& entry = entryText;
+  const std::string_view asked = question();
+  std::string_view kept;
+  entry.clear();
+  if (answers->findBytes(asked, &kept) && kept.size() < kLongestEntry) entry.assign(kept);
+  const How way = how();
+  auto count = static_cast<uint32_t>(results_.size());
+  entry.append(way.data(), way.size());
+  entry.append(reinterpret_cast<const char*>(&count), sizeof count);
+  entry.append(reinterpret_cast<const char*>(results_.data()), count * sizeof(uint32_t));
+  answers->putBytes(asked, entry);
 }
 
 void Cursor::prefetchResults() const {
@@ -269,7 +320,9 @@ void Cursor::prefetchResults() const {
 }
 
 RCODE Cursor::execute() {
-  if (executed_ || answeredBefore()) return FERR_OK;
+  if (executed_) return FERR_OK;
+  lookUpAnswers();
+  if (executed_) return FERR_OK;
   RCODE rc = parsedCurrent_ ? parseError_ : parse();
   if (rc) return rc;
   const Source& result = resultSource();
@@ -290,12 +343,10 @@ RCODE Cursor::execute() {
   query.orderComponent = component ? component : 1;
   rc = runQuery(query, &results_);
   executed_ = rc == FERR_OK;
-  if (executed_) prefetchResults();
-  AnswerCache* answers = answerCache();
-  // A long list would push many short ones out for one question.
-  if (executed_ && answers && results_.size() <= kLongestKeptAnswer)
-    answers->put(question(), results_);
-  return rc;
+  if (!executed_) return rc;
+  prefetchResults();
+  keepAnswer();
+  return FERR_OK;
 }
 
 RCODE Cursor::recordCount(uint32_t* count) {
@@ -303,8 +354,8 @@ RCODE Cursor::recordCount(uint32_t* count) {
   RCODE rc = validate();
   const Source& result = resultSource();
   // Counting a whole container needs no list of its records.
-  if (!rc && !executed_ && parsed_.root < 0 && !index_ && !masterIndex_ && result.db &&
-      &result == &own_)
+  if (!rc && !executed_ && parsedCurrent_ && parsed_.root < 0 && !index_ && !masterIndex_ &&
+      result.db && &result == &own_)
     return result.db->recordCount(result.store, result.container, count);
   if (!rc) rc = execute();
   if (!rc) *count = static_cast<uint32_t>(results_.size());

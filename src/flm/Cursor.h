@@ -76,8 +76,13 @@ class Cursor {
   Cursor(Database* db, uint32_t store, uint16_t container);
   RCODE parse();
   RCODE execute();
-  // Takes the answer kept from an earlier run of the same query, if any.
-  bool answeredBefore();
+  // How a query is asked, as its answers are kept.
+  using How = std::array<char, 12>;
+  How how() const;
+  // Takes the answer kept from an earlier run of the same query asked the
+  // same way, if any; true when any answer of these criteria is kept.
+  bool lookUpAnswers();
+  void keepAnswer() const;
   void prefetchResults() const;
   AnswerCache* answerCache() const;
   std::string_view question() const;
