@@ -239,15 +239,23 @@ std::string_view Cursor::question() const {
   for (int set = 1; set < kMaxSets; ++set) putSource(sets_[set] ? &*sets_[set] : nullptr);
   for (const Piece& p : pieces_) {
     put(p.kind);
-    put(p.op);
-    put(p.set);
-    put(static_cast<uint16_t>(p.path.size()));
-    for (uint16_t tag : p.path) put(tag);
-    put(p.value.kind);
-    put(p.value.number);
-    put(p.value.real);
-    put(static_cast<uint32_t>(p.value.text.size()));
-    for (char16_t unit : p.value.text) put(unit);
+    if (p.kind == Piece::Op) {
+      put(p.op);
+    } else if (p.kind == Piece::Field) {
+      put(p.set);
+      put(static_cast<uint16_t>(p.path.size()));
+      for (uint16_t tag : p.path) put(tag);
+    } else if (p.value.kind == Operand::Number) {
+      put(p.value.kind);
+      put(p.value.number);
+    } else if (p.value.kind == Operand::Real) {
+      put(p.value.kind);
+      put(p.value.real);
+    } else {
+      put(p.value.kind);
+      put(static_cast<uint32_t>(p.value.text.size()));
+      for (char16_t unit : p.value.text) put(unit);
+    }
   }
   text.resize(static_cast<size_t>(at - text.data()));
   return text;
