@@ -349,6 +349,7 @@ RCODE Cursor::execute() {
   query.orderIndex = index_ ? index_ : masterIndex_;
   uint16_t component = index_ ? indexComponent_ : masterComponent_;
   query.orderComponent = component ? component : 1;
+  query.cacheProbes = answerCache() == nullptr;
   rc = runQuery(query, &results_);
   executed_ = rc == FERR_OK;
   if (!executed_) return rc;

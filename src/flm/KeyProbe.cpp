@@ -133,8 +133,8 @@ KeyProbe probeRange(uint16_t index, uint32_t store, uint16_t component, KeyColum
   return p;
 }
 
-RCODE runProbe(Database* db, const KeyProbe& probe, std::vector<uint32_t>* drns) {
-  AnswerCache* cache = db->answerCache();
+RCODE runProbe(Database* db, const KeyProbe& probe, bool cached, std::vector<uint32_t>* drns) {
+  AnswerCache* cache = cached ? db->answerCache() : nullptr;
   if (!cache) return collect(db, probe.sql, probe.params, 0, drns);
   std::string_view asked = question(probe);
   if (cache->find(asked, drns)) return FERR_OK;

@@ -36,8 +36,9 @@ KeyProbe probeRange(uint16_t index, uint32_t store, uint16_t component, KeyColum
                     const SqlParam* lower, bool lowerInclusive, const SqlParam* upper,
                     bool upperInclusive);
 
-// Appends the record numbers the probe finds.
-RCODE runProbe(Database* db, const KeyProbe& probe, std::vector<uint32_t>* drns);
+// Appends the record numbers the probe finds; with `cached`, from (and into)
+// the database's answer cache where it keeps one.
+RCODE runProbe(Database* db, const KeyProbe& probe, bool cached, std::vector<uint32_t>* drns);
 
 // Every record number of a container, in order.
 RCODE containerRecords(Database* db, uint32_t store, uint16_t container,

@@ -130,7 +130,7 @@ class QueryRun {
   RCODE existing(int set, std::vector<uint32_t>* drns) const;
   static RCODE existingOneByOne(const Source& src, const std::vector<uint32_t>& drns,
                                 std::vector<uint32_t>* found);
-  static RCODE existingTogether(const Source& src, std::vector<uint32_t>* drns,
+  static RCODE existingTogether(const Source& src, bool cached, std::vector<uint32_t>* drns,
                                 std::vector<uint32_t>* found);
   RCODE bindFrom(size_t depth, uint16_t bound);
   bool termsHold(int set, uint16_t bound, int decided) const;
@@ -372,7 +372,7 @@ RCODE QueryRun::joinCandidates(int set, int term, std::vector<uint32_t>* drns, b
     }
     *exact = *exact && n.exact;
     for (const KeyProbe& p : n.probes) {
-      RCODE rc = runProbe(source(set).db, p, drns);
+      RCODE rc = runProbe(source(set).db, p, request_.cacheProbes, drns);
       if (rc) return rc;
     }
   }
@@ -390,7 +390,7 @@ RCODE QueryRun::existing(int set, std::vector<uint32_t>* drns) const {
   found.reserve(drns->size());
   for (uint32_t drn : *drns) (kept(drn) ? found : unknown).push_back(drn);
   RCODE rc = unknown.size() < 4 ? existingOneByOne(src, unknown, &found)
-                                : existingTogether(src, &unknown, &found);
+                                : existingTogether(src, request_.cacheProbes, &unknown, &found);
   if (!rc) *drns = std::move(found);
   return rc;
 }
@@ -406,7 +406,7 @@ RCODE QueryRun::existingOneByOne(const Source& src, const std::vector<uint32_t>&
   return FERR_OK;
 }
 
-RCODE QueryRun::existingTogether(const Source& src, std::vector<uint32_t>* drns,
+RCODE QueryRun::existingTogether(const Source& src, bool cached, std::vector<uint32_t>* drns,
                                  std::vector<uint32_t>* found) {
   // In order, so that each lookup starts near where the last one ended.
   std::sort(drns->begin(), drns->end());
@@ -417,7 +417,7 @@ RCODE QueryRun::existingTogether(const Source& src, std::vector<uint32_t>* drns,
   KeyProbe p{"SELECT r.id - ?2 FROM json_each(?1) AS j, flm_record AS r INDEXED BY "
              "flm_record_ids WHERE r.id = j.value + ?2",
              {{SqlParam::Text, 0, std::move(list)}, {SqlParam::Integer, base, {}}}};
-  return runProbe(src.db, p, found);
+  return runProbe(src.db, p, cached, found);
 }
 
 // `*decided` names the conjunct that every candidate meets (-1 for none);
@@ -442,7 +442,7 @@ RCODE QueryRun::candidates(int set, uint16_t bound, std::vector<uint32_t>* drns,
         *decided = n.term;
       }
       for (size_t i = 0; i < n.probes.size() && !rc; ++i)
-        rc = runProbe(source(set).db, n.probes[i], drns);
+        rc = runProbe(source(set).db, n.probes[i], request_.cacheProbes, drns);
     }
   }
   std::sort(drns->begin(), drns->end());

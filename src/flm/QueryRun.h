@@ -31,6 +31,9 @@ struct QueryRequest {
   bool wildcards = false;
   uint16_t orderIndex = 0;      // 0: record-number order
   uint16_t orderComponent = 1;
+  // Off when the whole query's answer is kept: its probes' answers would
+  // only take the same room a second time.
+  bool cacheProbes = true;
 };
 
 RCODE runQuery(const QueryRequest& query, std::vector<uint32_t>* drns);

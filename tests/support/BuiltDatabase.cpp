@@ -46,7 +46,7 @@ std::vector<uint32_t> StoredDatabase::find(uint16_t index, uint32_t store, uint1
   flm::SqlParam value{flm::SqlParam::Text, 0, text};
   if (db_)
     flm::runProbe(db_, flm::probeEqual(index, store, component, flm::KeyColumn::Exact, value),
-                  &drns);
+                  true, &drns);
   return unique(drns);
 }
 
@@ -56,7 +56,7 @@ std::vector<uint32_t> StoredDatabase::find(uint16_t index, uint32_t store, uint1
   flm::SqlParam value{flm::SqlParam::Integer, number, {}};
   if (db_)
     flm::runProbe(db_, flm::probeEqual(index, store, component, flm::KeyColumn::Exact, value),
-                  &drns);
+                  true, &drns);
   return unique(drns);
 }
 
