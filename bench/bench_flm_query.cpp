@@ -3,10 +3,10 @@
 // lookup by word pays for it; and a whole container counted.
 //
 // Each query runs twice over: with argument 0 the engine's caches work as
-// they do for any reader, so a value asked before is answered from the key
-// cache; with argument 1 the key cache is emptied before every query (inside
-// the timing, which makes the figure a little high), so every query descends
-// the key table in SQLite.
+// they do for any reader, so a query asked before is answered from the
+// answer cache; with argument 1 the answer cache is emptied before every
+// query (inside the timing, which makes the figure a little high), so every
+// query is parsed, planned and descends the key table in SQLite.
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
@@ -198,10 +198,10 @@ void runQueries(benchmark::State& state, Criteria criteria, bool join, uint32_t 
   flm::PoolMemoryManager pool;
   flm::poolInit(&pool, 1024);
   uint32_t n = 0;
-  const bool freshKeys = state.range(0) != 0;
+  const bool freshAnswers = state.range(0) != 0;
   for (auto _ : state) {
     n = n * 1103515245u + 12345u;  // spread the queries over the keys
-    if (freshKeys) db->answerCache()->clear();
+    if (freshAnswers) db->answerCache()->clear();
     flm::Cursor* c = nullptr;
     flm::RCODE rc = makeCursor(db, join, &c);
     if (!rc) {
