@@ -24,6 +24,16 @@ std::u16string fromUtf8(const char* text, size_t bytes) {
   return out;
 }
 
+// Lays values out one after another, each by its bytes.
+struct ByteWriter {
+  char* at;
+  template <class T>
+  void put(const T& value) {
+    std::memcpy(at, &value, sizeof value);
+    at += sizeof value;
+  }
+};
+
 // Queries that find more records than this are run again when asked again.
 constexpr size_t kLongestKeptAnswer = 1024;
 // Past this, a query's entry starts again with its newest answer alone.
@@ -222,11 +232,8 @@ std::string_view Cursor::question() const {
   size_t longest = 64 + kMaxSets * 8;
   for (const Piece& p : pieces_) longest += 32 + 2 * (p.path.size() + p.value.text.size());
   text.resize(longest);
-  char* at = text.data();
-  auto put = [&at](const auto& v) {
-    std::memcpy(at, &v, sizeof v);
-    at += sizeof v;
-  };
+  ByteWriter out{text.data()};
+  auto put = [&out](const auto& v) { out.put(v); };
   auto putSource = [&](const Source* src) {
     put(static_cast<uint8_t>(src != nullptr));
     if (src) {
@@ -257,22 +264,18 @@ std::string_view Cursor::question() const {
       for (char16_t unit : p.value.text) put(unit);
     }
   }
-  text.resize(static_cast<size_t>(at - text.data()));
+  text.resize(static_cast<size_t>(out.at - text.data()));
   return text;
 }
 
 Cursor::How Cursor::how() const {
   How asked{};
-  char* at = asked.data();
-  auto put = [&at](const auto& v) {
-    std::memcpy(at, &v, sizeof v);
-    at += sizeof v;
-  };
-  put(mode_ & (FLM_NOCASE | FLM_WILD));
-  put(index_);
-  put(indexComponent_);
-  put(masterIndex_);
-  put(masterComponent_);
+  ByteWriter out{asked.data()};
+  out.put(mode_ & (FLM_NOCASE | FLM_WILD));
+  out.put(index_);
+  out.put(indexComponent_);
+  out.put(masterIndex_);
+  out.put(masterComponent_);
   return asked;
 }
 
