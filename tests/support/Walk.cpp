@@ -2,9 +2,9 @@
 
 #include <corvid5/corvid5.h>
 
-#include <memory>
+#include "corvid/Library.h"
 
-namespace fuzzwalk {
+namespace clientwalk {
 namespace {
 
 constexpr int kMost = 4;
@@ -13,14 +13,10 @@ constexpr int kMost = 4;
 // language uses.
 constexpr uint32_t kStores[] = {100, 101, 102, 199};
 
-struct Destroyer {
-  template <class T>
-  void operator()(T* object) const {
-    object->Destroy();
-  }
-};
-template <class T>
-using Owned = std::unique_ptr<T, Destroyer>;
+using corvid::Owned;
+
+// Elements read in order since the walk began.
+size_t visited = 0;
 
 // One step of the walk: the library's own exceptions end only this step.
 template <class Step>
@@ -51,6 +47,7 @@ void walk(C* collection, Visit visit) {
   for (int more = collection->GetFirst(&element); more;
        more = ++n < kMost ? collection->GetNext(&element) : 0) {
     Owned<E> taken(element);
+    ++visited;
     guarded([&] { visit(*taken); });
   }
   if (collection->GetLast(&element)) Owned<E>{element};
@@ -121,7 +118,6 @@ void visitTopConceptVariant(TopConceptVariant& v) {
 
 void visitTopConcept(TopConcept& top) {
   dump(top);
-  guarded([&] { top.GetRecordID(); });
   guarded([&] { read(top.GetGloss()); });
   guarded([&] {
     TopConcept* super = nullptr;
@@ -143,7 +139,6 @@ void visitTopConcept(TopConcept& top) {
 
 void visitIli(ILIRecord& ili) {
   dump(ili);
-  guarded([&] { ili.GetRecordID(); });
   guarded([&] { read(ili.GetGloss()); });
   guarded([&] { read(ili.GetPartOfSpeech()); });
   guarded([&] { ili.GetWordNetOffset(); });
@@ -157,7 +152,6 @@ void visitIli(ILIRecord& ili) {
 
 void visitConcept(Concept& meaning, LanguageWordNet* wordnet) {
   dump(meaning);
-  guarded([&] { meaning.GetRecordID(); });
   guarded([&] { meaning.GetType(); });
   guarded([&] { meaning.GetPartOfSpeechCode(); });
   guarded([&] { read(meaning.GetPartOfSpeech()); });
@@ -222,7 +216,6 @@ void visitDictionary(LanguageWordNet& wordnet) {
 
 void visitWordNet(LanguageWordNet& wordnet) {
   dump(wordnet);
-  guarded([&] { wordnet.GetStoreID(); });
   guarded([&] {
     Owned<Language> language(wordnet.GetLanguage());
     if (!language) return;
@@ -260,20 +253,19 @@ void visitRelations(Relations& relations) {
 
 void visitRelation(Relation& relation) {
   dump(relation);
-  guarded([&] { relation.GetRelationID(); });
   guarded([&] { read(relation.GetName()); });
 }
 
 }  // namespace
 
-void walkDatabase(Polylex& polylex) {
+size_t walkDatabase(Polylex& polylex) {
+  visited = 0;
   guarded([&] {
     Owned<Site> site(polylex.GetSite());
     guarded([&] { read(site->GetName()); });
     guarded([&] { read(site->GetLanguageCode()); });
   });
   guarded([&] { read(polylex.GetPath()); });
-  guarded([&] { polylex.GetCodeVersion(); });
   guarded([&] { polylex.GetDataVersion(); });
   guarded([&] { walk<LanguageWordNet>(polylex.GetLanguageWordNets(), visitWordNet); });
   guarded([&] {
@@ -292,6 +284,7 @@ void walkDatabase(Polylex& polylex) {
   });
   guarded([&] { walk<Relation>(polylex.GetRelations(), visitRelation); });
   guarded([&] { walk<TopConcept>(polylex.GetTopConcepts(), visitTopConcept); });
+  return visited;
 }
 
 void walkFile(const char* path) {
@@ -307,4 +300,4 @@ void walkFile(const char* path) {
   guarded([&] { polylex.Close(); });
 }
 
-}  // namespace fuzzwalk
+}  // namespace clientwalk
