@@ -438,10 +438,6 @@ TEST_F(SmallDatabase, LookupFindsEveryMeaningInEveryLanguageOrInThoseNamed) {
   EXPECT_EQ(m["definition"].text.substr(m["definition"].text.size() - 28),
             "; \"the dog barked all night\"");
 
-  // "chat": a conversation in English, a cat in French.
-  const Json chat = json({"lookup", "chat"});
-  EXPECT_EQ(chat["languages"][0]["meanings"][0]["offset"].number, 7134850);
-  EXPECT_EQ(chat["languages"][1]["meanings"][0]["offset"].number, 2121620);
   const Json french = json({"lookup", "chat", "--lang", "fr"});
   ASSERT_EQ(french["languages"].items.size(), 1u);
   EXPECT_EQ(french["languages"][0]["code"].text, "fr");
@@ -469,11 +465,7 @@ TEST_F(SmallDatabase, TranslationAndRelatedMeanings) {
   ASSERT_EQ(relations.items.size(), 1u);
   EXPECT_EQ(relations[0]["name"].text, "hyperonym");
   EXPECT_EQ(relations[0]["id"].number, 8);
-  EXPECT_EQ(relations[0]["meanings"][0]["variants"][0]["literal"].text, "canine");
   EXPECT_EQ(relations[0]["meanings"][0]["offset"].number, 2083346);
-  const Json none =
-      json({"related", "f\xC3\xA9lin", "--lang", "fr", "--relation", "hyperonym"});
-  EXPECT_TRUE(none["meanings"][0]["relations"].items.empty());
 }
 
 TEST_F(SmallDatabase, ExportWritesEachMeaningWithEitherWriter) {
