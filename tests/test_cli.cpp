@@ -125,7 +125,8 @@ class JsonParser {
     if (s_[at_] == '-') ++at_;
     if (at_ >= s_.size() || !std::isdigit(static_cast<unsigned char>(s_[at_])))
       return fail("bad value");
-    if (s_[at_] == '0' && at_ + 1 < s_.size() && std::isdigit(static_cast<unsigned char>(s_[at_ + 1])))
+    if (s_[at_] == '0' && at_ + 1 < s_.size() &&
+        std::isdigit(static_cast<unsigned char>(s_[at_ + 1])))
       return fail("leading zero");
     while (at_ < s_.size() && std::strchr("0123456789.eE+-", s_[at_])) ++at_;
     out->kind = Json::kNumber;
@@ -180,7 +181,8 @@ TEST(JsonChecker, RefusesWhatIsNotOneJsonDocument) {
     EXPECT_FALSE(JsonParser(bad).parse(&doc)) << bad;
   }
   Json doc;
-  ASSERT_TRUE(JsonParser("{\"a\":[1,-2.5,true,null,\"\\u00e9\\u0009\\\"\"], \"b\" : {}}").parse(&doc));
+  ASSERT_TRUE(
+      JsonParser("{\"a\":[1,-2.5,true,null,\"\\u00e9\\u0009\\\"\"], \"b\" : {}}").parse(&doc));
   EXPECT_EQ(doc["a"][4].text, "\xC3\xA9\t\"");
   EXPECT_EQ(doc["a"][1].number, -2.5);
   EXPECT_EQ(doc["b"].kind, Json::kObject);
@@ -235,7 +237,8 @@ std::string smallDump(const std::string& version = "1.3") {
        "any of various fissiped mammals with nonretractile claws and typically long muzzles",
        {{"canine", 2}, {"canid", 1}}},
       {2121620,
-       "feline mammal usually having thick soft fur and no ability to roar: domestic cats; wildcats",
+       "feline mammal usually having thick soft fur and no ability to roar: "
+       "domestic cats; wildcats",
        {{"cat", 1}, {"true cat", 1}}},
       {7134850, "an informal conversation", {{"chat", 1}}},
       {2120997,

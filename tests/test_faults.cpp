@@ -90,7 +90,8 @@ class SmallBuild {
   const std::string& database() const { return database_; }
   Clock::duration buildTime() const { return buildTime_; }
   std::vector<std::string> arguments(const std::string& output) const {
-    return {"build", output, "--wordnet", dir_.file("wordnet"), "--omw", dir_.file("omw"), "--force"};
+    return {"build",  output, "--wordnet", dir_.file("wordnet"), "--omw", dir_.file("omw"),
+            "--force"};
   }
 
  private:

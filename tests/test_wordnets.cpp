@@ -187,8 +187,9 @@ std::set<std::string> literalsOf(Words* words) {
 // The literals of the meanings' variants.
 std::set<std::string> variantsOf(Concepts* meanings) {
   std::set<std::string> literals;
-  forEach(*Owned<Concepts>(meanings),
-          [&](Owned<Concept> meaning) { literals.merge(literalsOf(meaning->GetConceptVariants())); });
+  forEach(*Owned<Concepts>(meanings), [&](Owned<Concept> meaning) {
+    literals.merge(literalsOf(meaning->GetConceptVariants()));
+  });
   return literals;
 }
 

@@ -131,7 +131,9 @@ void visitTopConcept(TopConcept& top) {
     });
   }
   for (uint32_t store : kStores) {
-    guarded([&] { walk<TopConceptVariant>(top.GetTopConceptVariants(store), visitTopConceptVariant); });
+    guarded([&] {
+      walk<TopConceptVariant>(top.GetTopConceptVariants(store), visitTopConceptVariant);
+    });
     guarded([&] { top.GetTopConceptVariantCount(store); });
     guarded([&] { Owned<TopConceptVariant>{top.GetTopConceptVariant(store, 1)}; });
   }
@@ -224,10 +226,13 @@ void visitWordNet(LanguageWordNet& wordnet) {
     guarded([&] { read(language->GetName("en")); });
   });
   guarded([&] {
-    walk<Concept>(wordnet.GetConcepts(), [&](Concept& meaning) { visitConcept(meaning, &wordnet); });
+    walk<Concept>(wordnet.GetConcepts(),
+                  [&](Concept& meaning) { visitConcept(meaning, &wordnet); });
   });
   guarded([&] { walk<Concept>(wordnet.GetConcepts("dog"), dumpOnly<Concept>); });
-  guarded([&] { walk<ConceptVariant>(wordnet.GetConceptVariants("dog"), dumpOnly<ConceptVariant>); });
+  guarded([&] {
+    walk<ConceptVariant>(wordnet.GetConceptVariants("dog"), dumpOnly<ConceptVariant>);
+  });
   for (uint32_t id : {1u, 2u, 3u}) {
     guarded([&] { walk<Concept>(wordnet.GetConcepts(id, 0), dumpOnly<Concept>); });
     guarded([&] { walk<ILIVariant>(wordnet.GetILIVariants(id), dumpOnly<ILIVariant>); });
