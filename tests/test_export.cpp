@@ -2,13 +2,8 @@
 // and the composing writer behind the wordnet's export, line for line on
 // meanings that reach every conversion-table row and every composing step;
 // the record-driven writer's room checks one by one; failures of both.
+#include <corvid5/corvid5.h>
 #include <gtest/gtest.h>
-
-#include <corvid5/Concept.h>
-#include <corvid5/FxDatabase.h>
-#include <corvid5/FxSession.h>
-#include <corvid5/PLXException.h>
-#include <corvid5/Platform.h>
 
 #include <algorithm>
 #include <cstring>
@@ -21,7 +16,6 @@
 #include "model/meanings/RecordExport.h"
 #include "support/LoadedDatabase.h"
 #include "support/SmallDatabases.h"
-#include "support/TestFiles.h"
 
 namespace {
 
@@ -454,30 +448,6 @@ TEST_F(Export, EachRoomCheckStopsTheExportWhereItStands) {
     EXPECT_EQ(passed.text.compare(0, stop, full, 0, stop), 0);
     EXPECT_GT(passed.text.size(), stop);
   }
-}
-
-// At every size the buffer holds a terminated beginning of the text, never
-// more than fits, growing with the size; the whole text from the size on
-// where every check is met (the checks ask for more than the last line
-// takes, so that is past the text's own length).
-TEST_F(Export, EverySizeWritesABeginningOfTheText) {
-  auto dog = meaning(db.handle(), 1);
-  const std::string full = lines(kDogRecordLines, "\n");
-  size_t before = 0;
-  int firstWhole = 0;
-  for (int size = 21; size <= static_cast<int>(full.size()) + 40; ++size) {
-    Attempt a = attempt(*dog, size);
-    ASSERT_LT(a.text.size(), static_cast<size_t>(size));
-    ASSERT_EQ(full.compare(0, a.text.size(), a.text), 0) << size;
-    ASSERT_GE(a.text.size(), before) << size;
-    before = a.text.size();
-    if (a.error == 0 && !firstWhole) firstWhole = size;
-    ASSERT_EQ(a.error, firstWhole ? 0 : errBufferTooSmall) << size;
-  }
-  EXPECT_EQ(before, full.size());
-  // The last line's record pointer asks for 18 bytes where " @3@\n" and
-  // the terminator take 6.
-  EXPECT_EQ(firstWhole, static_cast<int>(full.size()) + 1 + 12);
 }
 
 TEST(RecordExport, AnUnknownValueKindThrowsAfterItsName) {

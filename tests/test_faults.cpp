@@ -12,23 +12,23 @@
 #include <spawn.h>
 #include <sys/wait.h>
 
-#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <set>
-#include <sstream>
 #include <thread>
 #include <vector>
 
+#include "corvid/Library.h"
 #include "engine/Layout.h"
 #include "flm/Database.h"
 #include "flm/ErrorCodes.h"
 #include "support/BuiltDatabase.h"
 #include "support/LoadedDatabase.h"
+#include "support/Slices.h"
 #include "support/SmallDatabases.h"
 #include "support/TestFiles.h"
+#include "support/Walk.h"
 
 extern char** environ;
 
@@ -42,68 +42,16 @@ using testdb::narrow;
 // ---------------------------------------------------------------------------
 // A small WordNet made from WordNet 3.0's own files
 
-// Synsets by data file letter (n, v, a, r) and offset.
-using SynsetKeys = std::set<std::pair<char, uint32_t>>;
-
-char dataFileLetter(char pos) { return pos == 's' ? 'a' : pos; }
-
-SynsetKeys synsetsNamedIn(const std::string& tab) {
-  SynsetKeys keys;
+// The WordNet 3.0 synsets a tab file names.
+slices::SynsetIds synsetsNamedIn(const std::string& tab) {
+  slices::SynsetIds keys;
   std::ifstream in(tab);
   for (std::string line; std::getline(in, line);) {
     const std::string id = line.substr(0, line.find('\t'));
     if (id.size() == 10 && id[8] == '-')
-      keys.insert({dataFileLetter(id[9]), static_cast<uint32_t>(std::stoul(id.substr(0, 8)))});
+      keys.insert({id[9] == 's' ? 'a' : id[9], static_cast<uint32_t>(std::stoul(id.substr(0, 8)))});
   }
   return keys;
-}
-
-std::vector<std::string> spaceSeparated(const std::string& text) {
-  std::vector<std::string> words;
-  std::istringstream in(text);
-  for (std::string w; in >> w;) words.push_back(w);
-  return words;
-}
-
-// A data file line without the pointers that lead out of `kept`; the words,
-// frames and gloss stay as they are.
-std::string withPointersAmong(const std::string& line, const SynsetKeys& kept) {
-  const size_t bar = line.find(" | ");
-  std::vector<std::string> f = spaceSeparated(line.substr(0, bar));
-  const size_t countAt = 4 + 2 * std::stoul(f[3], nullptr, 16);
-  const size_t pointers = std::stoul(f[countAt]);
-  std::vector<std::string> out(f.begin(), f.begin() + static_cast<long>(countAt));
-  std::vector<std::string> keptPointers;
-  for (size_t p = 0; p < pointers; ++p) {
-    const size_t at = countAt + 1 + 4 * p;
-    if (kept.count({dataFileLetter(f[at + 2][0]), static_cast<uint32_t>(std::stoul(f[at + 1]))}))
-      keptPointers.insert(keptPointers.end(), f.begin() + static_cast<long>(at),
-                          f.begin() + static_cast<long>(at + 4));
-  }
-  // WordNet writes the count in three digits.
-  std::string count = std::to_string(keptPointers.size() / 4);
-  out.push_back(std::string(3 - std::min<size_t>(count.size(), 3), '0') + count);
-  out.insert(out.end(), keptPointers.begin(), keptPointers.end());
-  out.insert(out.end(), f.begin() + static_cast<long>(countAt + 1 + 4 * pointers), f.end());
-  std::string joined;
-  for (const std::string& w : out) joined += w + " ";
-  joined.pop_back();
-  return joined + line.substr(bar);
-}
-
-void writeSmallWordNet(const std::string& from, const std::string& to, const SynsetKeys& kept) {
-  fs::create_directories(to);
-  for (const char* name : {"noun", "verb", "adj", "adv"}) {
-    const char letter = std::string(name) == "adj" ? 'a' : std::string(name) == "adv" ? 'r' : name[0];
-    fs::create_symlink(from + "/index." + name, to + "/index." + name);
-    std::ifstream in(from + "/data." + name);
-    std::ofstream out(to + "/data." + name);
-    for (std::string line; std::getline(in, line);) {
-      if (line.empty() || line[0] == ' ') continue;  // the licence
-      if (kept.count({letter, static_cast<uint32_t>(std::stoul(line.substr(0, 8)))}))
-        out << withPointersAmong(line, kept) << "\n";
-    }
-  }
 }
 
 // ---------------------------------------------------------------------------
@@ -142,14 +90,16 @@ class SmallBuild {
   const std::string& database() const { return database_; }
   Clock::duration buildTime() const { return buildTime_; }
   std::vector<std::string> arguments(const std::string& output) const {
-    return {"build", output, "--wordnet", dir_.file("wordnet"), "--omw", dir_.file("omw"), "--force"};
+    return {"build",  output, "--wordnet", dir_.file("wordnet"), "--omw", dir_.file("omw"),
+            "--force"};
   }
 
  private:
   SmallBuild() {
     const std::string tab = testfiles::sharedDir() + "/data/omw/dan/wn-data-dan.tab";
     if (!fs::exists(tab) || !fs::exists(testfiles::wordnetDir() + "/data.noun")) return;
-    writeSmallWordNet(testfiles::wordnetDir(), dir_.file("wordnet"), synsetsNamedIn(tab));
+    slices::writeWordNet(dir_.file("wordnet"),
+                         slices::wordnetSlice(testfiles::wordnetDir(), synsetsNamedIn(tab)));
     fs::create_directory(dir_.file("omw"));
     fs::create_symlink(tab, dir_.file("omw/wn-data-dan.tab"));
     database_ = dir_.file("small.db");
@@ -168,165 +118,6 @@ class SmallBuild {
 // ---------------------------------------------------------------------------
 // Reading a database through the public object model
 
-template <class T>
-struct Destroyer {
-  void operator()(T* object) const { object->Destroy(); }
-};
-template <class T>
-using Held = std::unique_ptr<T, Destroyer<T>>;
-
-// Walks a collection front to back, handing each element to `visit`, which
-// keeps nothing past the call; answers how many there were.
-template <class Collection, class Element, class Visit>
-size_t walk(Collection* collection, Visit visit) {
-  if (!collection) return 0;
-  Held<Collection> held(collection);
-  size_t n = 0;
-  Element* e = nullptr;
-  for (int more = held->GetFirst(&e); more; more = held->GetNext(&e), ++n) {
-    Held<Element> element(e);
-    visit(*element);
-  }
-  return n;
-}
-
-// How much of each kind a full walk met.
-struct Tally {
-  std::map<std::string, size_t> meanings;  // by language code
-  size_t languages = 0, variants = 0, examples = 0, links = 0, linkTargets = 0, eqLinks = 0,
-         exports = 0, dictionaryEntries = 0, iliRecords = 0, iliVariants = 0, topConcepts = 0,
-         topVariants = 0, iliTopConcepts = 0, ontologyLinks = 0, relations = 0, texts = 0;
-};
-
-class EverythingWalk {
- public:
-  EverythingWalk(Polylex& polylex, Tally* tally) : polylex_(polylex), t_(*tally) {}
-
-  void run() {
-    Held<Site> site(polylex_.GetSite());
-    text(site->GetName());
-    text(site->GetLanguageCode());
-    t_.texts += polylex_.GetDataVersion() != 0;
-    t_.relations = walk<Relations, Relation>(polylex_.GetRelations(), [&](Relation& r) {
-      text(r.GetName());
-    });
-    Held<LanguageWordNets> all(polylex_.GetLanguageWordNets());
-    std::vector<Held<LanguageWordNet>> languages;
-    LanguageWordNet* w = nullptr;
-    for (int more = all->GetFirst(&w); more; more = all->GetNext(&w)) {
-      languages.emplace_back(w);
-      wordnet(*w);
-      wordnets_.push_back(w);
-    }
-    t_.languages = languages.size();
-    Held<LanguageWordNet> index(polylex_.GetILILanguageWordNet());
-    wordnets_.push_back(index.get());
-    t_.iliRecords = walk<ILIRecords, ILIRecord>(polylex_.GetILIRecords(),
-                                                [&](ILIRecord& r) { iliRecord(r); });
-    wordnets_.clear();
-    Held<TopConcepts> tops(polylex_.GetTopConcepts());
-    TopConcept* top = nullptr;
-    for (int more = tops->GetFirst(&top); more; more = tops->GetNext(&top)) {
-      Held<TopConcept> held(top);
-      topConcept(*held);
-    }
-  }
-
- private:
-  void text(unsigned short* s) { t_.texts += s && !narrow(s).empty(); }
-
-  void wordnet(LanguageWordNet& w) {
-    Held<Language> language(w.GetLanguage());
-    const std::string code = narrow(language->GetCode());
-    text(language->GetName("en"));
-    stores_.push_back(w.GetStoreID());
-    t_.meanings[code] = walk<Concepts, Concept>(w.GetConcepts(), [&](Concept& c) { meaning(w, c); });
-    t_.dictionaryEntries += walk<Dictionary, DictionaryEntry>(w.GetDictionary(), [&](DictionaryEntry& e) {
-      text(e.GetLiteral());
-      t_.texts += e.HasConcepts() + e.HasILIRecords() + e.HasTopConcepts();
-    });
-  }
-
-  void meaning(LanguageWordNet& w, Concept& c) {
-    text(c.GetPartOfSpeech());
-    t_.variants += walk<ConceptVariants, ConceptVariant>(c.GetConceptVariants(), [&](ConceptVariant& v) {
-      text(v.GetLiteral());
-      text(v.GetDefinition());
-      text(v.GetUsageLabels());
-      text(v.GetFeatures());
-      Held<Examples> examples(v.GetExamples());
-      unsigned short* example = nullptr;
-      for (int more = examples->GetFirst(&example); more; more = examples->GetNext(&example)) {
-        ++t_.examples;
-        SysFreeString(example);
-      }
-    });
-    t_.links += walk<ConceptLinks, ConceptLink>(c.GetConceptLinks(0), [&](ConceptLink& l) {
-      Held<Concept> target(l.GetTargetConcept());
-      t_.linkTargets += target != nullptr;
-    });
-    ILIRecords* equivalents = nullptr;
-    if (c.GetILIRecords(0, &equivalents))
-      t_.eqLinks += walk<ILIRecords, ILIRecord>(equivalents, [](ILIRecord&) {});
-    unsigned short* exported = nullptr;
-    if (w.ExportConcept(&c, &exported)) t_.exports += !narrow(exported).empty();
-  }
-
-  // Its words in every wordnet, the index's own included.
-  void iliRecord(ILIRecord& r) {
-    text(r.GetGloss());
-    text(r.GetPartOfSpeech());
-    for (LanguageWordNet* w : wordnets_)
-      t_.iliVariants += walk<ILIVariants, ILIVariant>(
-          w->GetILIVariants(static_cast<uint32_t>(r.GetRecordID())),
-          [&](ILIVariant& v) { text(v.GetLiteral()); });
-    // The record names itself as the one whose top concept is wanted.
-    TopConcept* top = reinterpret_cast<TopConcept*>(&r);
-    if (r.GetTopConcept(&top)) {
-      Held<TopConcept> held(top);
-      ++t_.iliTopConcepts;
-    }
-  }
-
-  void topConcept(TopConcept& top) {
-    ++t_.topConcepts;
-    text(top.GetGloss());
-    TopConcept* super = nullptr;
-    if (top.GetSuper(&super)) {
-      Held<TopConcept> held(super);
-      ++t_.ontologyLinks;
-    }
-    for (auto linked : {&TopConcept::GetSubs, &TopConcept::GetSimilars, &TopConcept::GetOpposites}) {
-      LinkedTopConcepts* list = nullptr;
-      if (!(top.*linked)(&list)) continue;
-      Held<LinkedTopConcepts> held(list);
-      TopConcept* other = nullptr;
-      for (int more = held->GetFirst(&other); more; more = held->GetNext(&other)) {
-        Held<TopConcept> each(other);
-        ++t_.ontologyLinks;
-      }
-    }
-    for (uint32_t store : stores_)
-      t_.topVariants += walk<TopConceptVariants, TopConceptVariant>(
-          top.GetTopConceptVariants(store), [&](TopConceptVariant& v) { text(v.GetLiteral()); });
-  }
-
-  Polylex& polylex_;
-  Tally& t_;
-  std::vector<uint32_t> stores_;
-  std::vector<LanguageWordNet*> wordnets_;
-};
-
-Tally walkEverything(const std::string& path) {
-  CorvidEngine::GetInstance();
-  Polylex polylex;
-  polylex.Open(path.c_str(), nullptr, 1, 0);
-  Tally tally;
-  EverythingWalk(polylex, &tally).run();
-  polylex.Close();
-  return tally;
-}
-
 // Languages and their meanings: a database that opens has them all or was
 // not made at all.
 std::map<std::string, int32_t> meaningsByLanguage(const std::string& path) {
@@ -334,21 +125,12 @@ std::map<std::string, int32_t> meaningsByLanguage(const std::string& path) {
   Polylex polylex;
   polylex.Open(path.c_str(), nullptr, 1, 0);
   std::map<std::string, int32_t> meanings;
-  walk<LanguageWordNets, LanguageWordNet>(polylex.GetLanguageWordNets(), [&](LanguageWordNet& w) {
-    Held<Language> language(w.GetLanguage());
-    Held<Concepts> all(w.GetConcepts());
-    meanings[narrow(language->GetCode())] = all->GetCount();
+  corvid::Owned<LanguageWordNets> all(polylex.GetLanguageWordNets());
+  corvid::forEach(*all, [&](corvid::Owned<LanguageWordNet> w) {
+    corvid::Owned<Language> language(w->GetLanguage());
+    meanings[narrow(language->GetCode())] = corvid::Owned<Concepts>(w->GetConcepts())->GetCount();
   });
   return meanings;
-}
-
-std::string openFailure(const std::string& path) {
-  try {
-    meaningsByLanguage(path);
-  } catch (const PLXException& e) {
-    return static_cast<const char*>(e);
-  }
-  return "";
 }
 
 size_t temporaryFilesBeside(const std::string& path) {
@@ -386,8 +168,11 @@ class KilledBuild : public ::testing::Test {
       EXPECT_FALSE(hadOne) << "the complete database there was removed";
       return;
     }
-    EXPECT_EQ(openFailure(target), "");
-    EXPECT_EQ(meaningsByLanguage(target), complete_);
+    try {
+      EXPECT_EQ(meaningsByLanguage(target), complete_);
+    } catch (const PLXException& e) {
+      ADD_FAILURE() << static_cast<const char*>(e);
+    }
   }
 
   testfiles::ScratchDir dir_;
@@ -466,12 +251,20 @@ int addVariant(void* db, uint32_t n, FlmError* error) {
 
 flm::Database* engineDatabase(void* handle) { return flm::Database::fromHandle(handle); }
 
-int64_t pragma(flm::Database* db, const std::string& sql) {
+// What a statement answers first, as text; "no answer" for nothing.
+std::string answer(flm::Database* db, const std::string& sql) {
   sqlite3_stmt* stmt = nullptr;
   sqlite3_prepare_v2(db->sql(), sql.c_str(), -1, &stmt, nullptr);
-  const int64_t value = sqlite3_step(stmt) == SQLITE_ROW ? sqlite3_column_int64(stmt, 0) : -1;
+  const std::string text = sqlite3_step(stmt) == SQLITE_ROW
+                               ? reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0))
+                               : "no answer";
   sqlite3_finalize(stmt);
-  return value;
+  return text;
+}
+
+int64_t pragma(flm::Database* db, const std::string& sql) {
+  const std::string text = answer(db, sql);
+  return text == "no answer" ? -1 : std::stoll(text);
 }
 
 // SQLite's page limit stands in for the disk: a few pages past what the
@@ -508,14 +301,7 @@ void expectVariantsThrough(const std::string& path, uint32_t added) {
 }
 
 std::string integrity(const std::string& path) {
-  testdb::StoredDatabase db(path);
-  sqlite3_stmt* stmt = nullptr;
-  sqlite3_prepare_v2(db.db()->sql(), "PRAGMA integrity_check", -1, &stmt, nullptr);
-  std::string answer = sqlite3_step(stmt) == SQLITE_ROW
-                           ? reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0))
-                           : "no answer";
-  sqlite3_finalize(stmt);
-  return answer;
+  return answer(testdb::StoredDatabase(path).db(), "PRAGMA integrity_check");
 }
 
 TEST(FullDisk, AWriteRefusedMidwayReportsDiskFullAndKeepsEverythingBefore) {
@@ -529,18 +315,6 @@ TEST(FullDisk, AWriteRefusedMidwayReportsDiskFullAndKeepsEverythingBefore) {
   EXPECT_GT(added, 3u) << "the page limit left no room at all";
   ASSERT_LT(added, 5000u) << "the page limit was never reached";
   EXPECT_EQ(refusal.GetError(), flm::FERR_IO_DISK_FULL);
-  EXPECT_STREQ(static_cast<const char*>(refusal), "IO_DISK_FULL");
-  // Thrown, the record's error names the same code.
-  FlmRecord next(layout::kVariant, 256);
-  ASSERT_TRUE(next.AddField(layout::kLiteral, 32767, fsRoot, gmChild) &&
-              next.Put(definitionOf(0).c_str()));
-  ASSERT_EQ(next.Add(loaded.handle(), kStore, kVariants, kFirstVariant + added), 0);
-  try {
-    next.ThrowError();
-    ADD_FAILURE() << "nothing thrown";
-  } catch (const FlmError& e) {
-    EXPECT_EQ(static_cast<unsigned long>(e), flm::FERR_IO_DISK_FULL);
-  }
   loaded.close();
   expectVariantsThrough(path, added);
   EXPECT_EQ(integrity(path), "ok");
@@ -611,37 +385,15 @@ TEST(ReadOnlyOpen, WalkingEveryCollectionChangesNoByte) {
   fs::copy_file(SmallBuild::get().database(), path);
   const FileState before = stateOf(path);
 
-  Tally t;
-  try {
-    t = walkEverything(path);
-  } catch (const PLXException& e) {
-    FAIL() << static_cast<const char*>(e);
-  }
+  CorvidEngine::GetInstance();
+  Polylex polylex;
+  polylex.Open(path.c_str(), nullptr, 1, 0);
+  EXPECT_GT(clientwalk::walkDatabase(polylex), 100u) << "the walk met too little to say";
+  polylex.Close();
   EXPECT_TRUE(stateOf(path) == before) << "the file changed under a read-only walk";
   EXPECT_EQ(std::vector<fs::path>(fs::directory_iterator(dir.path()), {}),
             std::vector<fs::path>{path})
       << "a reader left a journal or another file beside the database";
-
-  // The walk did reach every collection.
-  EXPECT_EQ(t.languages, 2u);
-  std::map<std::string, size_t> counted;
-  for (const auto& [code, n] : meaningsByLanguage(path)) counted[code] = static_cast<size_t>(n);
-  EXPECT_EQ(t.meanings, counted);
-  EXPECT_GT(t.variants, t.meanings["en"]);
-  EXPECT_GT(t.examples, 0u);
-  EXPECT_GT(t.links, 0u);
-  EXPECT_EQ(t.linkTargets, t.links);
-  EXPECT_EQ(t.eqLinks, t.meanings["en"] + t.meanings["da"]);
-  EXPECT_EQ(t.exports, t.meanings["en"] + t.meanings["da"]);
-  EXPECT_GT(t.dictionaryEntries, 0u);
-  EXPECT_EQ(t.iliRecords, t.meanings["en"]);
-  EXPECT_GT(t.iliVariants, 0u);
-  EXPECT_EQ(t.iliTopConcepts, t.iliRecords);
-  EXPECT_GT(t.topConcepts, 0u);
-  EXPECT_GT(t.topVariants, 0u);
-  EXPECT_GT(t.ontologyLinks, 0u);
-  EXPECT_GT(t.relations, 0u);
-  EXPECT_GT(t.texts, 0u);
 }
 
 }  // namespace

@@ -1,16 +1,9 @@
 // Language wordnets, their dictionary and the relations table on the English
-// database built from WordNet 3.0, opened through Polylex.
-#include <corvid5/Concept.h>
-#include <corvid5/ConceptVariant.h>
-#include <corvid5/CorvidEngine.h>
-#include <corvid5/Dictionary.h>
-#include <corvid5/EqLink.h>
-#include <corvid5/ILIRecord.h>
-#include <corvid5/LanguageWordNet.h>
-#include <corvid5/PLXException.h>
-#include <corvid5/Platform.h>
-#include <corvid5/Polylex.h>
-#include <corvid5/Relations.h>
+// database built from WordNet 3.0, and the road a client takes from a word to
+// the top ontology and back, in English and French, on the database built
+// with the shared wordnets; LeakSanitizer watches that everything handed out
+// is released.
+#include <corvid5/corvid5.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -18,11 +11,14 @@
 #include <string>
 #include <vector>
 
+#include "corvid/Library.h"
 #include "support/CachedDatabases.h"
 #include "support/SmallDatabases.h"
 
 namespace {
 
+using corvid::forEach;
+using corvid::Owned;
 using testdb::narrow;
 
 std::string lower(std::string text) {
@@ -38,9 +34,7 @@ class EnglishWordNet : public ::testing::Test {
     if (path.empty()) return;
     polylex_ = new Polylex;
     polylex_->Open(path.c_str(), nullptr, 1, 0);
-    LanguageWordNets* wordnets = polylex_->GetLanguageWordNets();
-    english_ = wordnets->GetItem("en");
-    wordnets->Destroy();
+    english_ = Owned<LanguageWordNets>(polylex_->GetLanguageWordNets())->GetItem("en");
   }
   static void TearDownTestSuite() {
     if (english_) english_->Destroy();
@@ -59,12 +53,12 @@ class EnglishWordNet : public ::testing::Test {
     DictionaryEntry* entry = nullptr;
     int more = direction == kForwards ? dictionary.GetFirst(&entry) : dictionary.GetLast(&entry);
     while (more) {
-      out.push_back(narrow(entry->GetLiteral()));
-      entry->Destroy();
+      out.push_back(narrow(Owned<DictionaryEntry>(entry)->GetLiteral()));
       more = direction == kForwards ? dictionary.GetNext(&entry) : dictionary.GetPrevious(&entry);
     }
     return out;
   }
+  static Owned<Dictionary> dictionary() { return Owned<Dictionary>(english_->GetDictionary()); }
 
   static Polylex* polylex_;
   static LanguageWordNet* english_;
@@ -74,140 +68,95 @@ Polylex* EnglishWordNet::polylex_ = nullptr;
 LanguageWordNet* EnglishWordNet::english_ = nullptr;
 
 TEST_F(EnglishWordNet, RangesWalkEachWordFormOnceInBothDirections) {
-  struct Case {
-    const char* from;
-    const char* to;
-    int caseSensitive;
-  } const cases[] = {{"bank", "banl", 1}, {"BANK", "BANL", 0}};
   std::vector<std::string> sensitive;
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::string(c.from) + ".." + c.to + (c.caseSensitive ? " sensitive" : ""));
-    Dictionary* dictionary = english_->GetDictionary();
-    dictionary->SetFilter(c.from, c.to, c.caseSensitive);
-    const std::vector<std::string> forwards = walk(*dictionary, kForwards);
-    dictionary->SetFilter(c.from, c.to, c.caseSensitive);
-    std::vector<std::string> backwards = walk(*dictionary, kBackwards);
+  for (const int caseSensitive : {1, 0}) {
+    SCOPED_TRACE(caseSensitive ? "bank..banl" : "BANK..BANL");
+    const char* from = caseSensitive ? "bank" : "BANK";
+    const char* to = caseSensitive ? "banl" : "BANL";
+    Owned<Dictionary> words = dictionary();
+    words->SetFilter(from, to, caseSensitive);
+    const std::vector<std::string> forwards = walk(*words, kForwards);
+    words->SetFilter(from, to, caseSensitive);
+    std::vector<std::string> backwards = walk(*words, kBackwards);
     std::reverse(backwards.begin(), backwards.end());
     EXPECT_EQ(forwards, backwards);
     ASSERT_GT(forwards.size(), 5u);
     EXPECT_EQ(std::set<std::string>(forwards.begin(), forwards.end()).size(), forwards.size());
     // Every record of the range is one of the word forms handed out.
-    EXPECT_GT(dictionary->GetCount(), static_cast<int32_t>(forwards.size()));
+    EXPECT_GT(words->GetCount(), static_cast<int32_t>(forwards.size()));
     // The index orders letters before their case, so "Bankhead" lies
     // between "bank" and "banl" whatever the case switch says.
     for (const std::string& word : forwards)
-      EXPECT_TRUE(lower(word) >= lower(c.from) && lower(word) < lower(c.to)) << word;
+      EXPECT_TRUE(lower(word) >= "bank" && lower(word) < "banl") << word;
     EXPECT_EQ(std::count(forwards.begin(), forwards.end(), "bank"), 1);
-    if (c.caseSensitive)
+    if (caseSensitive)
       sensitive = forwards;
     else
       EXPECT_EQ(forwards, sensitive) << "no word form of this range differs only in case";
-    dictionary->Destroy();
   }
 
   // An empty upper bound lets nothing through.
-  Dictionary* dictionary = english_->GetDictionary();
-  dictionary->SetFilter(nullptr, "", 1);
+  Owned<Dictionary> words = dictionary();
+  words->SetFilter(nullptr, "", 1);
   DictionaryEntry* entry = nullptr;
-  EXPECT_EQ(dictionary->GetFirst(&entry), 0);
-  EXPECT_EQ(dictionary->GetCount(), 0);
-  dictionary->Destroy();
+  EXPECT_EQ(words->GetFirst(&entry), 0);
+  EXPECT_EQ(words->GetCount(), 0);
 }
 
 TEST_F(EnglishWordNet, PatternsFollowTheCaseSwitch) {
-  Dictionary* dictionary = english_->GetDictionary();
-  dictionary->SetFilter("dogw*", 1);
-  const std::vector<std::string> sensitive = walk(*dictionary, kForwards);
+  Owned<Dictionary> words = dictionary();
+  words->SetFilter("dogw*", 1);
+  const std::vector<std::string> sensitive = walk(*words, kForwards);
   EXPECT_NE(std::find(sensitive.begin(), sensitive.end(), "dogwood"), sensitive.end());
   for (const std::string& word : sensitive) EXPECT_EQ(word.rfind("dogw", 0), 0u) << word;
-  dictionary->SetFilter("DOGW*", 1);
-  EXPECT_TRUE(walk(*dictionary, kForwards).empty());
-  dictionary->SetFilter("DOGW*", 0);
-  EXPECT_EQ(walk(*dictionary, kForwards), sensitive);
-  dictionary->Destroy();
+  words->SetFilter("DOGW*", 1);
+  EXPECT_TRUE(walk(*words, kForwards).empty());
+  words->SetFilter("DOGW*", 0);
+  EXPECT_EQ(walk(*words, kForwards), sensitive);
 }
 
 TEST_F(EnglishWordNet, LastEntryIsNotHandedOutTwice) {
-  Dictionary* dictionary = english_->GetDictionary();
-  dictionary->SetFilter("dog", "doga", 1);
+  Owned<Dictionary> words = dictionary();
+  words->SetFilter("dog", "doga", 1);
   DictionaryEntry* entry = nullptr;
-  ASSERT_EQ(dictionary->GetFirst(&entry), 1);
+  ASSERT_EQ(words->GetFirst(&entry), 1);
   const std::string first = narrow(entry->GetLiteral());
   EXPECT_EQ(entry->HasConcepts(), 1);
   EXPECT_EQ(entry->HasDomains() + entry->HasILIRecords() + entry->HasTopConcepts(), 0);
   entry->Destroy();
-  EXPECT_EQ(dictionary->GetFirst(&entry), 0) << "the same word form again";
-  ASSERT_EQ(dictionary->GetCurrent(&entry), 1);
-  EXPECT_EQ(narrow(entry->GetLiteral()), first);
-  entry->Destroy();
+  EXPECT_EQ(words->GetFirst(&entry), 0) << "the same word form again";
+  ASSERT_EQ(words->GetCurrent(&entry), 1);
+  EXPECT_EQ(narrow(Owned<DictionaryEntry>(entry)->GetLiteral()), first);
 
   // A pattern keeps the last entry; a range forgets it.
-  dictionary->SetFilter((first + "*").c_str(), 1);
-  EXPECT_EQ(dictionary->GetFirst(&entry), 0);
-  dictionary->SetFilter("dog", "doga", 1);
-  ASSERT_EQ(dictionary->GetFirst(&entry), 1);
-  EXPECT_EQ(narrow(entry->GetLiteral()), first);
-  entry->Destroy();
-  dictionary->Destroy();
+  words->SetFilter((first + "*").c_str(), 1);
+  EXPECT_EQ(words->GetFirst(&entry), 0);
+  words->SetFilter("dog", "doga", 1);
+  ASSERT_EQ(words->GetFirst(&entry), 1);
+  EXPECT_EQ(narrow(Owned<DictionaryEntry>(entry)->GetLiteral()), first);
 }
 
 TEST_F(EnglishWordNet, LookupIgnoresCaseAndReplacesTheFilter) {
-  Dictionary* dictionary = english_->GetDictionary();
-  dictionary->SetFilter("a", "b", 1);
-  DictionaryEntry* dog = dictionary->GetEntry("DoG");
-  EXPECT_EQ(narrow(dog->GetLiteral()), "dog");
-  dog->Destroy();
+  Owned<Dictionary> words = dictionary();
+  words->SetFilter("a", "b", 1);
+  EXPECT_EQ(narrow(Owned<DictionaryEntry>(words->GetEntry("DoG"))->GetLiteral()), "dog");
   // Only the records of "dog" (any case) are left: eight senses.
-  EXPECT_EQ(dictionary->GetCount(), 8);
+  EXPECT_EQ(words->GetCount(), 8);
   try {
-    dictionary->GetEntry("qqqxqqq");
+    words->GetEntry("qqqxqqq");
     ADD_FAILURE() << "found";
   } catch (const PLXException& e) {
     EXPECT_EQ(e.GetFLAIMError(), 0xC006u);
   }
-  dictionary->Destroy();
-}
-
-TEST_F(EnglishWordNet, MeaningsByWordFormAndByIndexRecord) {
-  Concepts* dogs = english_->GetConcepts("dog");
-  ConceptVariants* variants = english_->GetConceptVariants("dog");
-  EXPECT_EQ(dogs->GetCount(), 8);  // seven nouns and a verb
-  EXPECT_EQ(variants->GetCount(), 8);
-  variants->Destroy();
-  Concepts* none = english_->GetConcepts("");
-  EXPECT_EQ(none->GetCount(), 0);
-  none->Destroy();
-
-  Concept* dog = nullptr;
-  ASSERT_EQ(dogs->GetFirst(&dog), 1);
-  ILIRecord* ili = nullptr;
-  ASSERT_EQ(dog->GetEqSynonym(&ili), 1);
-  Concepts* same = english_->GetConcepts(static_cast<uint32_t>(ili->GetRecordID()), 0);
-  ASSERT_NE(same, nullptr);
-  Concept* back = nullptr;
-  ASSERT_EQ(same->GetFirst(&back), 1);
-  EXPECT_EQ(back->GetRecordID(), dog->GetRecordID());
-  back->Destroy();
-  same->Destroy();
-  EXPECT_EQ(english_->GetConcepts(static_cast<uint32_t>(ili->GetRecordID()), 99), nullptr);
-  ili->Destroy();
-
-  unsigned short* text = nullptr;
-  ASSERT_EQ(english_->ExportConcept(dog, &text), 1);
-  EXPECT_NE(narrow(text).find("dog"), std::string::npos);
-  dog->Destroy();
-  dogs->Destroy();
 }
 
 TEST_F(EnglishWordNet, RelationNamesAndIdsTranslateBothWays) {
-  Relations* relations = polylex_->GetRelations();
+  Owned<Relations> relations(polylex_->GetRelations());
   ASSERT_GT(relations->GetCount(), 10u);
-  Relation* relation = nullptr;
   std::set<short> ids;
-  for (int more = relations->GetFirst(&relation); more; more = relations->GetNext(&relation)) {
+  forEach(*relations, [&](Owned<Relation> relation) {
     const short id = relation->GetRelationID();
     std::string name = narrow(relation->GetName());
-    relation->Destroy();
     ids.insert(id);
     char buffer[64] = {};
     EXPECT_EQ(relations->GetRelationName(id, buffer, sizeof buffer), 1);
@@ -215,10 +164,114 @@ TEST_F(EnglishWordNet, RelationNamesAndIdsTranslateBothWays) {
     short found = 0;
     EXPECT_EQ(relations->GetRelationID(name.data(), &found), 1) << name;
     EXPECT_EQ(found, id) << name;
-  }
+  });
   EXPECT_EQ(ids.size(), relations->GetCount());
   EXPECT_TRUE(ids.count(8) && ids.count(10)) << "hyperonym and hyponym are fixed ids";
-  relations->Destroy();
+}
+
+// ---------------------------------------------------------------------------
+// A client's road
+
+int32_t offsetOf(Concept& meaning) {
+  ILIRecord* ili = nullptr;
+  return meaning.GetEqSynonym(&ili) ? Owned<ILIRecord>(ili)->GetWordNetOffset() : 0;
+}
+
+template <class Words>
+std::set<std::string> literalsOf(Words* words) {
+  std::set<std::string> literals;
+  forEach(*Owned<Words>(words), [&](auto word) { literals.insert(narrow(word->GetLiteral())); });
+  return literals;
+}
+
+// The literals of the meanings' variants.
+std::set<std::string> variantsOf(Concepts* meanings) {
+  std::set<std::string> literals;
+  forEach(*Owned<Concepts>(meanings), [&](Owned<Concept> meaning) {
+    literals.merge(literalsOf(meaning->GetConceptVariants()));
+  });
+  return literals;
+}
+
+void roadFromDog(Polylex& polylex) {
+  // Languages, named in English.
+  Owned<LanguageWordNets> wordnets(polylex.GetLanguageWordNets());
+  std::set<std::string> names;
+  forEach(*wordnets, [&](Owned<LanguageWordNet> wordnet) {
+    names.insert(narrow(Owned<Language>(wordnet->GetLanguage())->GetName("en")));
+  });
+  EXPECT_EQ(names.size(), testdb::chosenTabFiles().size() + 1);
+  EXPECT_TRUE(names.count("English") && names.count("French") && names.count("Danish"));
+  Owned<LanguageWordNet> english(wordnets->GetItem("en"));
+  Owned<LanguageWordNet> french(wordnets->GetItem("fr"));
+  ASSERT_NE(french, nullptr);
+
+  // The first sense of "dog" among its meanings.
+  Owned<Concept> dog;
+  forEach(*Owned<Concepts>(english->GetConcepts("dog")), [&](Owned<Concept> meaning) {
+    if (!dog && offsetOf(*meaning) == 2084071) dog = std::move(meaning);
+  });
+  ASSERT_NE(dog, nullptr);
+  EXPECT_EQ(Owned<ConceptVariants>(english->GetConceptVariants("dog"))->GetCount(), 8);
+  const std::set<std::string> literals = literalsOf(dog->GetConceptVariants());
+  EXPECT_TRUE(literals.count("dog") && literals.count("Canis familiaris")) << literals.size();
+
+  // GetHyperonyms answers the meaning itself when it has a hyperonym; the
+  // hyperonyms proper are the targets of its hyperonym links.
+  EXPECT_EQ(Owned<Concepts>(dog->GetHyperonyms())->GetCount(), 1);
+  std::set<int32_t> hyperonyms;
+  forEach(*Owned<ConceptLinks>(dog->GetConceptLinks(8)), [&](Owned<ConceptLink> link) {
+    hyperonyms.insert(offsetOf(*Owned<Concept>(link->GetTargetConcept())));
+  });
+  EXPECT_EQ(hyperonyms, (std::set<int32_t>{2083346, 1317541}));  // canine, domestic animal
+
+  // From the index record to the top ontology.
+  ILIRecord* iliRecord = nullptr;
+  ASSERT_EQ(dog->GetEqSynonym(&iliRecord), 1);
+  Owned<ILIRecord> ili(iliRecord);
+  EXPECT_EQ(narrow(ili->GetPartOfSpeech()), "n");
+  TopConcept* top = reinterpret_cast<TopConcept*>(iliRecord);
+  ASSERT_EQ(ili->GetTopConcept(&top), 1);
+  Owned<TopConcept> lexicographerFile(top);
+  EXPECT_EQ(top->GetTopConceptVariantCount(english->GetStoreID()), 1);
+  TopConcept* super = nullptr;
+  ASSERT_EQ(top->GetSuper(&super), 1);
+  Owned<TopConcept> partOfSpeech(super);
+  TopConcept* above = nullptr;
+  EXPECT_EQ(super->GetSuper(&above), 0) << "a part of speech heads the ontology";
+  LinkedTopConcepts* subs = nullptr;
+  ASSERT_EQ(super->GetSubs(&subs), 1);
+  bool listed = false;
+  forEach(*Owned<LinkedTopConcepts>(subs), [&](Owned<TopConcept> sub) {
+    listed = listed || sub->GetRecordID() == top->GetRecordID();
+  });
+  EXPECT_TRUE(listed);
+
+  // And back to the words of the index record, in English and in French.
+  const uint32_t record = static_cast<uint32_t>(ili->GetRecordID());
+  EXPECT_EQ(literalsOf(english->GetILIVariants(record)), literals);
+  EXPECT_EQ(french->GetConcepts(record, 99), nullptr);
+  Concepts* chiens = french->GetConcepts(record, 0);
+  ASSERT_NE(chiens, nullptr);
+  EXPECT_EQ(chiens->GetCount(), 1);
+  const std::set<std::string> frenchLiterals = variantsOf(chiens);
+  EXPECT_TRUE(frenchLiterals.count("chien"));
+  EXPECT_EQ(literalsOf(french->GetILIVariants(record)), frenchLiterals);
+}
+
+TEST(ClientRoad, FromTheEngineToTheTopOntologyAndBack) {
+  const std::string path = testdb::polylexDatabase();
+  if (path.empty()) GTEST_SKIP() << "no database: WordNet 3.0 files missing";
+  try {
+    ASSERT_NE(CorvidEngine::GetInstance(), nullptr);
+    Polylex polylex;
+    polylex.Open(path.c_str(), nullptr, 1, 0);
+    roadFromDog(polylex);
+    polylex.Close();
+    CorvidEngine::DestroyInstance();
+  } catch (const PLXException& e) {
+    FAIL() << static_cast<const char*>(e);
+  }
 }
 
 }  // namespace

@@ -38,7 +38,7 @@ struct Database {
 
   Database() {
     const std::string path = dir.file("small.db");
-    fuzzdata::buildSmallDatabase(path, dir.path());
+    slices::buildSmallDatabase(path, dir.path());
     if (!session.Open() || !db.Open(path.c_str(), nullptr, 1, 0))
       throw std::runtime_error("cannot open " + path);
   }

@@ -25,7 +25,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string path = scratch->file("mutated.db");
   const std::string bytes(reinterpret_cast<const char*>(data), size);
   testfiles::writeFile(path, bytes);
-  fuzzwalk::walkFile(path.c_str());
+  clientwalk::walkFile(path.c_str());
   if (testfiles::readFile(path) != bytes) {
     std::fprintf(stderr, "database: a read-only walk changed the file\n");
     std::abort();

@@ -22,7 +22,7 @@ testfiles::ScratchDir* scratch = nullptr;
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
   scratch = new testfiles::ScratchDir;
-  fuzzdata::writeWordNet(scratch->file("wordnet"), fuzzdata::wordnetSlice(testfiles::wordnetDir()));
+  slices::writeWordNet(scratch->file("wordnet"), slices::wordnetSlice(testfiles::wordnetDir()));
   std::filesystem::create_directories(scratch->file("omw"));
   return 0;
 }
@@ -40,7 +40,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::fprintf(stderr, "omw: a failed build without a message\n");
     std::abort();
   }
-  if (result.ok) fuzzwalk::walkFile(options.output.c_str());
+  if (result.ok) clientwalk::walkFile(options.output.c_str());
   std::filesystem::remove(options.output);
   return 0;
 }

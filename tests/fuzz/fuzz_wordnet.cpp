@@ -31,14 +31,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   options.wordnetDir = scratch->file("wordnet");
   options.output = scratch->file("built.db");
   options.force = true;
-  fuzzdata::writeWordNet(options.wordnetDir,
-                         fuzzdata::splitFiles(data, size, fuzzdata::kWordNetFiles.size()));
+  slices::writeWordNet(options.wordnetDir,
+                         slices::splitFiles(data, size, slices::kWordNetFiles.size()));
   const PolylexBuildResult result = PolylexBuilder::Build(options);
   if (!result.ok && result.error.empty()) {
     std::fprintf(stderr, "wordnet: a failed build without a message\n");
     std::abort();
   }
-  if (result.ok) fuzzwalk::walkFile(options.output.c_str());
+  if (result.ok) clientwalk::walkFile(options.output.c_str());
   std::filesystem::remove(options.output);
   return 0;
 }

@@ -38,21 +38,21 @@ class Seeds {
 
 void wordnetSeeds(const fs::path& out) {
   Seeds seeds(out, "wordnet");
-  const std::vector<std::string> slice = fuzzdata::wordnetSlice(testfiles::wordnetDir());
-  seeds.add(fuzzdata::joinFiles(slice));
+  const std::vector<std::string> slice = slices::wordnetSlice(testfiles::wordnetDir());
+  seeds.add(slices::joinFiles(slice));
   // Nouns alone, and verbs alone: other parts of speech empty.
   for (size_t first : {0, 2}) {
     std::vector<std::string> one(slice.size());
     one[first] = slice[first];
     one[first + 1] = slice[first + 1];
-    seeds.add(fuzzdata::joinFiles(one));
+    seeds.add(slices::joinFiles(one));
   }
 }
 
 void omwSeeds(const fs::path& out) {
   Seeds seeds(out, "omw");
   for (const auto& entry : fs::recursive_directory_iterator(testfiles::sharedDir() + "/data/omw"))
-    if (entry.path().extension() == ".tab") seeds.add(fuzzdata::omwSlice(entry.path().string()));
+    if (entry.path().extension() == ".tab") seeds.add(slices::omwSlice(entry.path().string()));
 }
 
 // The records of the database file as the storage engine stores them.
@@ -135,7 +135,7 @@ int main(int argc, char** argv) {
     const fs::path out = argv[1];
     testfiles::ScratchDir work;
     const std::string db = work.file("small.db");
-    fuzzdata::buildSmallDatabase(db, work.path());
+    slices::buildSmallDatabase(db, work.path());
     compact(db);
     Seeds(out, "database").add(testfiles::readFile(db));
     wordnetSeeds(out);

@@ -11,18 +11,16 @@
 
 #include "support/TestFiles.h"
 
-namespace fuzzdata {
+namespace slices {
 namespace {
 
 namespace fs = std::filesystem;
 
-using SynsetId = std::pair<char, uint32_t>;  // data file letter (n v a r), offset
-
 // Dog and its neighbours, the verb of its barking, adjectives with a head,
 // satellites and position markers, and adverbs with antonyms: every kind of
 // synset, word and pointer the importers read.
-const std::set<SynsetId>& slicedSynsets() {
-  static const std::set<SynsetId> synsets = {
+const SynsetIds& slicedSynsets() {
+  static const SynsetIds synsets = {
       {'n', 2084071}, {'n', 2083346}, {'n', 1317541}, {'n', 1322604}, {'n', 2084732},
       {'n', 2085272}, {'n', 7994941}, {'v', 1047763}, {'v', 1047969}, {'a', 1740},
       {'a', 2098},    {'a', 19131},   {'a', 19731},   {'a', 24417},   {'a', 24619},
@@ -30,8 +28,6 @@ const std::set<SynsetId>& slicedSynsets() {
   };
   return synsets;
 }
-
-bool sliced(char file, uint32_t offset) { return slicedSynsets().count({file, offset}) != 0; }
 
 char fileOfPos(char pos) { return pos == 's' ? 'a' : pos; }
 
@@ -60,7 +56,7 @@ std::string join(const std::vector<std::string>& fields, size_t from, size_t to)
 }
 
 // A data line with the pointers that leave the slice taken out.
-std::string slicedDataLine(const std::string& line) {
+std::string slicedDataLine(const std::string& line, const SynsetIds& slice) {
   const size_t bar = line.find(" | ");
   const std::vector<std::string> f = words(line.substr(0, bar));
   size_t at = 4 + 2 * number(f[3], 16);
@@ -68,11 +64,11 @@ std::string slicedDataLine(const std::string& line) {
   std::vector<std::string> kept;
   for (uint32_t i = 0; i < pointers; ++i) {
     const size_t p = at + 1 + 4 * i;
-    if (sliced(fileOfPos(f[p + 2][0]), number(f[p + 1]))) {
+    if (slice.count({fileOfPos(f[p + 2][0]), number(f[p + 1])})) {
       for (size_t j = p; j < p + 4; ++j) kept.push_back(f[j]);
     }
   }
-  char count[8];
+  char count[24];
   std::snprintf(count, sizeof count, "%03zu", kept.size() / 4);
   std::string out = join(f, 0, at) + " " + count;
   if (!kept.empty()) out += " " + join(kept, 0, kept.size());
@@ -90,28 +86,28 @@ std::vector<std::string> sourceLines(const std::string& path) {
 
 bool isLicence(const std::string& line) { return line.empty() || line[0] == ' '; }
 
-std::string dataSlice(const std::string& path, char file) {
+std::string dataSlice(const std::string& path, char file, const SynsetIds& slice) {
   std::string out;
   bool licence = false;
   for (const std::string& line : sourceLines(path)) {
     if (isLicence(line)) {
       if (!licence) out += line + "\n";
       licence = true;
-    } else if (sliced(file, number(line.substr(0, 8)))) {
-      out += slicedDataLine(line);
+    } else if (slice.count({file, number(line.substr(0, 8))})) {
+      out += slicedDataLine(line, slice);
     }
   }
   return out;
 }
 
-std::string indexSlice(const std::string& path, char file) {
+std::string indexSlice(const std::string& path, char file, const SynsetIds& slice) {
   std::string out;
   for (const std::string& line : sourceLines(path)) {
     if (isLicence(line)) continue;
     const std::vector<std::string> f = words(line);
     const uint32_t synsets = number(f[2]);
     for (size_t i = f.size() - synsets; i < f.size(); ++i) {
-      if (sliced(file, number(f[i]))) {
+      if (slice.count({file, number(f[i])})) {
         out += line + "\n";
         break;
       }
@@ -141,6 +137,10 @@ std::string joinFiles(const std::vector<std::string>& files) {
 }
 
 std::vector<std::string> wordnetSlice(const std::string& wordnetDir) {
+  return wordnetSlice(wordnetDir, slicedSynsets());
+}
+
+std::vector<std::string> wordnetSlice(const std::string& wordnetDir, const SynsetIds& synsets) {
   std::vector<std::string> files;
   for (const char* name : kWordNetFiles) {
     const std::string kind(name);
@@ -149,7 +149,8 @@ std::vector<std::string> wordnetSlice(const std::string& wordnetDir) {
                       : kind.ends_with("adj")  ? 'a'
                                                : 'r';
     const std::string path = wordnetDir + "/" + kind;
-    files.push_back(kind.starts_with("index") ? indexSlice(path, file) : dataSlice(path, file));
+    files.push_back(kind.starts_with("index") ? indexSlice(path, file, synsets)
+                                              : dataSlice(path, file, synsets));
   }
   return files;
 }
@@ -161,7 +162,8 @@ std::string omwSlice(const std::string& tabPath) {
       out = line + "\n";  // the header
       continue;
     }
-    if (line.size() > 10 && line[8] == '-' && sliced(fileOfPos(line[9]), number(line.substr(0, 8))))
+    if (line.size() > 10 && line[8] == '-' &&
+        slicedSynsets().count({fileOfPos(line[9]), number(line.substr(0, 8))}))
       out += line + "\n";
   }
   return out;
@@ -194,4 +196,4 @@ void buildSmallDatabase(const std::string& path, const std::string& workDir) {
   if (!result.ok) throw std::runtime_error("cannot build the small database: " + result.error);
 }
 
-}  // namespace fuzzdata
+}  // namespace slices

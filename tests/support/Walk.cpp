@@ -2,9 +2,9 @@
 
 #include <corvid5/corvid5.h>
 
-#include <memory>
+#include "corvid/Library.h"
 
-namespace fuzzwalk {
+namespace clientwalk {
 namespace {
 
 constexpr int kMost = 4;
@@ -13,14 +13,10 @@ constexpr int kMost = 4;
 // language uses.
 constexpr uint32_t kStores[] = {100, 101, 102, 199};
 
-struct Destroyer {
-  template <class T>
-  void operator()(T* object) const {
-    object->Destroy();
-  }
-};
-template <class T>
-using Owned = std::unique_ptr<T, Destroyer>;
+using corvid::Owned;
+
+// Elements read in order since the walk began.
+size_t visited = 0;
 
 // One step of the walk: the library's own exceptions end only this step.
 template <class Step>
@@ -51,6 +47,7 @@ void walk(C* collection, Visit visit) {
   for (int more = collection->GetFirst(&element); more;
        more = ++n < kMost ? collection->GetNext(&element) : 0) {
     Owned<E> taken(element);
+    ++visited;
     guarded([&] { visit(*taken); });
   }
   if (collection->GetLast(&element)) Owned<E>{element};
@@ -121,7 +118,6 @@ void visitTopConceptVariant(TopConceptVariant& v) {
 
 void visitTopConcept(TopConcept& top) {
   dump(top);
-  guarded([&] { top.GetRecordID(); });
   guarded([&] { read(top.GetGloss()); });
   guarded([&] {
     TopConcept* super = nullptr;
@@ -135,7 +131,9 @@ void visitTopConcept(TopConcept& top) {
     });
   }
   for (uint32_t store : kStores) {
-    guarded([&] { walk<TopConceptVariant>(top.GetTopConceptVariants(store), visitTopConceptVariant); });
+    guarded([&] {
+      walk<TopConceptVariant>(top.GetTopConceptVariants(store), visitTopConceptVariant);
+    });
     guarded([&] { top.GetTopConceptVariantCount(store); });
     guarded([&] { Owned<TopConceptVariant>{top.GetTopConceptVariant(store, 1)}; });
   }
@@ -143,7 +141,6 @@ void visitTopConcept(TopConcept& top) {
 
 void visitIli(ILIRecord& ili) {
   dump(ili);
-  guarded([&] { ili.GetRecordID(); });
   guarded([&] { read(ili.GetGloss()); });
   guarded([&] { read(ili.GetPartOfSpeech()); });
   guarded([&] { ili.GetWordNetOffset(); });
@@ -157,7 +154,6 @@ void visitIli(ILIRecord& ili) {
 
 void visitConcept(Concept& meaning, LanguageWordNet* wordnet) {
   dump(meaning);
-  guarded([&] { meaning.GetRecordID(); });
   guarded([&] { meaning.GetType(); });
   guarded([&] { meaning.GetPartOfSpeechCode(); });
   guarded([&] { read(meaning.GetPartOfSpeech()); });
@@ -222,7 +218,6 @@ void visitDictionary(LanguageWordNet& wordnet) {
 
 void visitWordNet(LanguageWordNet& wordnet) {
   dump(wordnet);
-  guarded([&] { wordnet.GetStoreID(); });
   guarded([&] {
     Owned<Language> language(wordnet.GetLanguage());
     if (!language) return;
@@ -231,10 +226,13 @@ void visitWordNet(LanguageWordNet& wordnet) {
     guarded([&] { read(language->GetName("en")); });
   });
   guarded([&] {
-    walk<Concept>(wordnet.GetConcepts(), [&](Concept& meaning) { visitConcept(meaning, &wordnet); });
+    walk<Concept>(wordnet.GetConcepts(),
+                  [&](Concept& meaning) { visitConcept(meaning, &wordnet); });
   });
   guarded([&] { walk<Concept>(wordnet.GetConcepts("dog"), dumpOnly<Concept>); });
-  guarded([&] { walk<ConceptVariant>(wordnet.GetConceptVariants("dog"), dumpOnly<ConceptVariant>); });
+  guarded([&] {
+    walk<ConceptVariant>(wordnet.GetConceptVariants("dog"), dumpOnly<ConceptVariant>);
+  });
   for (uint32_t id : {1u, 2u, 3u}) {
     guarded([&] { walk<Concept>(wordnet.GetConcepts(id, 0), dumpOnly<Concept>); });
     guarded([&] { walk<ILIVariant>(wordnet.GetILIVariants(id), dumpOnly<ILIVariant>); });
@@ -260,20 +258,19 @@ void visitRelations(Relations& relations) {
 
 void visitRelation(Relation& relation) {
   dump(relation);
-  guarded([&] { relation.GetRelationID(); });
   guarded([&] { read(relation.GetName()); });
 }
 
 }  // namespace
 
-void walkDatabase(Polylex& polylex) {
+size_t walkDatabase(Polylex& polylex) {
+  visited = 0;
   guarded([&] {
     Owned<Site> site(polylex.GetSite());
     guarded([&] { read(site->GetName()); });
     guarded([&] { read(site->GetLanguageCode()); });
   });
   guarded([&] { read(polylex.GetPath()); });
-  guarded([&] { polylex.GetCodeVersion(); });
   guarded([&] { polylex.GetDataVersion(); });
   guarded([&] { walk<LanguageWordNet>(polylex.GetLanguageWordNets(), visitWordNet); });
   guarded([&] {
@@ -292,6 +289,7 @@ void walkDatabase(Polylex& polylex) {
   });
   guarded([&] { walk<Relation>(polylex.GetRelations(), visitRelation); });
   guarded([&] { walk<TopConcept>(polylex.GetTopConcepts(), visitTopConcept); });
+  return visited;
 }
 
 void walkFile(const char* path) {
@@ -307,4 +305,4 @@ void walkFile(const char* path) {
   guarded([&] { polylex.Close(); });
 }
 
-}  // namespace fuzzwalk
+}  // namespace clientwalk

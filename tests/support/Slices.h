@@ -1,17 +1,22 @@
-// Small, real inputs for the fuzz targets: a handful of WordNet 3.0 synsets
-// cut out of its database files, the lines of OMW tab files about the same
-// synsets, and a database built from both. They seed the corpora and give the
-// targets that need one a database to work on.
-#ifndef CORVID5_TESTS_FUZZ_SLICES_H
-#define CORVID5_TESTS_FUZZ_SLICES_H
+// Small, real inputs: a handful of WordNet 3.0 synsets cut out of its
+// database files, the lines of OMW tab files about the same synsets, and a
+// database built from both. They seed the fuzz corpora, give the fuzz targets
+// that need one a database to work on, and make builds that take seconds.
+#ifndef CORVID5_TESTS_SLICES_H
+#define CORVID5_TESTS_SLICES_H
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
-namespace fuzzdata {
+namespace slices {
+
+// Synsets by data file letter (n v a r) and offset.
+using SynsetIds = std::set<std::pair<char, uint32_t>>;
 
 // The files of a WordNet directory that the importer reads, in the order a
 // fuzz input holds them.
@@ -24,12 +29,14 @@ constexpr std::array<const char*, 8> kWordNetFiles = {"index.noun", "data.noun",
 std::vector<std::string> splitFiles(const uint8_t* data, size_t size, size_t count);
 std::string joinFiles(const std::vector<std::string>& files);
 
-// The sliced synsets' lines of WordNet's files in `wordnetDir`, in the order
-// of kWordNetFiles: each data file keeps its first licence line and the
+// The lines of `synsets` in WordNet's files in `wordnetDir`, in the order of
+// kWordNetFiles: each data file keeps its first licence line and the
 // synsets' lines with only the pointers that stay inside the slice; each
 // index file keeps the lines of lemmas with a sense among them. The slice
-// reads as a WordNet of its own.
+// reads as a WordNet of its own. Without `synsets`: dog and its neighbours,
+// with every kind of synset, word and pointer the importers read.
 std::vector<std::string> wordnetSlice(const std::string& wordnetDir);
+std::vector<std::string> wordnetSlice(const std::string& wordnetDir, const SynsetIds& synsets);
 
 // The header and the lines of an OMW tab file about the sliced synsets.
 std::string omwSlice(const std::string& tabPath);
@@ -48,6 +55,6 @@ std::vector<std::string> omwSources();
 // with the builder's message when it fails.
 void buildSmallDatabase(const std::string& path, const std::string& workDir);
 
-}  // namespace fuzzdata
+}  // namespace slices
 
 #endif
