@@ -1,5 +1,5 @@
 // Query cursors: criteria of every operator and value type, text matching by
-// the collation, joins across context sets, index order, navigation, and the
+// the collation, joins across context sets, index order, and the
 // check that narrowing through the key table never loses a record: every
 // query of the shared fixture runs over an indexed container and over an
 // unindexed copy of the same records, and the two must agree.
@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <random>
 #include <set>
@@ -23,20 +22,11 @@ using testflm::ScopedPool;
 
 namespace {
 
+// A variant (root kEntry) has literals, counts and pointers to meanings (root
+// kMeaning); a group holds literals below the root's own; links join meanings.
 enum : uint16_t {
-  kEntry = 60,    // root of a variant
-  kLiteral = 120,
-  kConcept = 50,  // record pointer to a meaning
-  kCount = 130,
-  kGroup = 70,    // holds literals below the root's own
-  kRatio = 131,
-  kBlob = 132,
-  kMeaning = 80,  // root of a meaning
-  kGloss = 122,
-  kLink = 90,     // root of a link between meanings
-  kFrom = 110,
-  kTo = 111,
-  kRel = 3,
+  kEntry = 60, kLiteral = 120, kConcept = 50, kCount = 130, kGroup = 70, kRatio = 131,
+  kBlob = 132, kMeaning = 80, kGloss = 122, kLink = 90, kFrom = 110, kTo = 111, kRel = 3,
 };
 constexpr uint16_t kRecId = FLM_RECID_FIELD;
 constexpr uint16_t kData = FLM_DATA_CONTAINER;
@@ -140,17 +130,6 @@ Drns drain(Cursor* c) {
   EXPECT_EQ(c->recordCount(&count), FERR_OK);
   EXPECT_EQ(count, out.size());
   return out;
-}
-
-// Where a read record says it came from.
-void expectSource(const Node* root, Database* db, uint16_t container, uint32_t drn) {
-  ASSERT_NE(root, nullptr);
-  const SourceNode* src = nodeSource(root);
-  ASSERT_NE(src, nullptr);
-  EXPECT_EQ(src->database, static_cast<void*>(db));
-  EXPECT_EQ(src->store, 0u);
-  EXPECT_EQ(src->container, container);
-  EXPECT_EQ(src->drn, drn);
 }
 
 // A database with the query dictionary; subclasses name the test groups.
@@ -267,20 +246,9 @@ class FlmQueryOperators : public QueryFixture {
 1 count 65535
 )");
   }
-
-  Drns withValue(uint32_t type, const void* value, size_t length, uint16_t field = kCount) {
-    Cursor* c = nullptr;
-    EXPECT_EQ(Cursor::init(db_, 0, kData, &c), FERR_OK);
-    EXPECT_EQ(c->addField(&field, 1, 0), FERR_OK);
-    EXPECT_EQ(c->addOp(FLM_EQ_OP), FERR_OK);
-    EXPECT_EQ(c->addValue(type, value, length), FERR_OK);
-    Drns out = drain(c);
-    Cursor::free(&c);
-    return out;
-  }
 };
 
-TEST_F(FlmQueryOperators, ComparisonsMatchAnyOccurrenceAndSkipRecordsWithoutTheField) {
+TEST_F(FlmQueryOperators, ComparisonsArithmeticAndTheRecordNumber) {
   expectAll({
       {{cnt, kEq, num(5)}, {1, 2}},
       {{cnt, kEq, num(12)}, {2}},  // the second occurrence alone
@@ -300,11 +268,6 @@ TEST_F(FlmQueryOperators, ComparisonsMatchAnyOccurrenceAndSkipRecordsWithoutTheF
       {{kNot, ratio}, {1, 2, 3, 4, 6, 7}},
       {{ratio, kGt, num(2)}, {5}},
       {{ratio, kEq, num(2)}, {}},
-  });
-}
-
-TEST_F(FlmQueryOperators, ArithmeticAndBitOperators) {
-  expectAll({
       {{cnt, op(FLM_BITAND_OP), num(8), kEq, num(8)}, {2, 4, 7}},
       {{cnt, op(FLM_BITOR_OP), num(1), kEq, num(13)}, {2}},
       {{cnt, op(FLM_BITXOR_OP), num(1), kEq, num(4)}, {1, 2}},
@@ -317,6 +280,13 @@ TEST_F(FlmQueryOperators, ArithmeticAndBitOperators) {
       // Division by zero has no value, so nothing meets it.
       {{cnt, op(FLM_DIV_OP), num(0), kEq, num(0)}, {}},
       {{cnt, op(FLM_MOD_OP), num(0), kEq, num(0)}, {}},
+      // The record number, on either side, as text, and in arithmetic.
+      {{num(3), kEq, rid}, {3}},
+      {{rid, kEq, num(0)}, {}},
+      {{rid, kGt, num(4)}, {5, 6, 7}},
+      {{rid, kEq, str("4")}, {4}},
+      {{rid, kEq, cnt, kPlus, num(7)}, {4}},
+      {{rid, kPlus, num(3), kEq, cnt}, {2}},
   });
 }
 
@@ -355,65 +325,11 @@ TEST_F(FlmQueryOperators, PrecedenceAndParentheses) {
       // And binds before or: a || (b && c), not (a || b) && c.
       {cat({a, {kOr}, b, {kAnd}, c}), {2, 5}},
       {cat({{kOpen}, a, {kOr}, b, {kClose}, {kAnd}, c}), {2}},
-      {cat({c, {kAnd}, b, {kOr}, a}), {2, 5}},
       // Not binds tightest.
       {cat({{kNot, kOpen}, b, {kClose, kAnd, cnt, kLt, num(1)}}), {4, 5}},
       {cat({{kNot, kOpen}, a, {kOr}, b, {kClose}}), {4, 6, 7}},
-      {cat({{kOpen, kOpen}, b, {kClose, kClose}}), {1, 2}},
       {{kNot, kNot, ratio}, {5}},
   });
-}
-
-TEST_F(FlmQueryOperators, RecordNumberPseudoField) {
-  expectAll({
-      {{rid, kEq, num(3)}, {3}},
-      {{num(3), kEq, rid}, {3}},
-      {{rid, kEq, num(99)}, {}},
-      {{rid, kEq, num(0)}, {}},
-      {{rid, kGt, num(4)}, {5, 6, 7}},
-      {{rid, kNe, num(1), kAnd, cnt, kEq, num(5)}, {2}},
-      {{rid, kEq, str("4")}, {4}},
-      {{rid, kEq, cnt}, {}},
-      {{rid, kEq, cnt, kPlus, num(7)}, {4}},
-      {{rid, kPlus, num(3), kEq, cnt}, {2}},
-  });
-}
-
-TEST_F(FlmQueryOperators, EveryValueType) {
-  int16_t i16 = -3;
-  int32_t i32 = 12;
-  uint16_t u16 = 65535;
-  uint32_t u32 = 4000000000u;
-  EXPECT_EQ(withValue(FLM_INT16_VAL, &i16, 0), (Drns{4}));
-  EXPECT_EQ(withValue(FLM_INT32_VAL, &i32, 0), (Drns{2}));
-  EXPECT_EQ(withValue(FLM_UINT16_VAL, &u16, 0), (Drns{7}));
-  EXPECT_EQ(withValue(FLM_UINT32_VAL, &u32, 0), (Drns{6}));
-  // Digits in text compare as the number they spell.
-  EXPECT_EQ(withValue(FLM_STRING_VAL, "12", 0), (Drns{2}));
-  EXPECT_EQ(withValue(FLM_STRING_VAL, "-3", 0), (Drns{4}));
-  EXPECT_EQ(withValue(FLM_STRING_VAL, "bananas", 6, kLiteral), (Drns{2}));  // length counts
-  EXPECT_EQ(withValue(FLM_UNICODE_VAL, u"cherry", 0, kLiteral), (Drns{3}));
-
-  // A field's own value, text or number.
-  Node* probe = pool_.make(kEntry);
-  Node* text = pool_.utf8(probe, kLiteral, "apple");
-  Node* number = pool_.number(probe, kCount, 5);
-  Node* empty = pool_.number(probe, kCount, 0);
-  empty->length = 0;
-  for (auto [node, expected] : {std::pair{text, Drns{1}}, std::pair{number, Drns{1, 2}}}) {
-    Cursor* c = nullptr;
-    ASSERT_EQ(Cursor::init(db_, 0, kData, &c), FERR_OK);
-    ASSERT_EQ(c->addField(&node->tag, 1, 0), FERR_OK);
-    ASSERT_EQ(c->addOp(FLM_EQ_OP), FERR_OK);
-    ASSERT_EQ(c->addFieldValue(node), FERR_OK);
-    EXPECT_EQ(drain(c), expected);
-    Cursor::free(&c);
-  }
-  Cursor* c = nullptr;
-  ASSERT_EQ(Cursor::init(db_, 0, kData, &c), FERR_OK);
-  EXPECT_EQ(c->addFieldValue(empty), FERR_CONV_NULL_SRC);
-  EXPECT_EQ(c->addValue(99, &i32, 0), FERR_CONV_BAD_SRC_TYPE);
-  Cursor::free(&c);
 }
 
 TEST_F(FlmQueryOperators, PathsFromTheRootAndTagsAnywhere) {
@@ -461,92 +377,63 @@ class FlmQueryText : public QueryFixture {
   Words literal(const Term& comparison, const std::string& value, uint32_t mode) {
     return words({lit, comparison, str(value)}, mode);
   }
-  struct TextCase {
-    Term comparison;
-    std::string value;
-    uint32_t mode;
-    Words expected;
-  };
-  void expectWords(const std::vector<TextCase>& cases) {
-    for (const TextCase& c : cases) {
-      SCOPED_TRACE("op" + std::to_string(c.comparison.op) + " '" + c.value + "' mode " +
-                   std::to_string(c.mode));
-      EXPECT_EQ(literal(c.comparison, c.value, c.mode), c.expected);
-    }
-  }
 
   std::map<uint32_t, std::string> word_;
 };
 
-TEST_F(FlmQueryText, EqualityWithAndWithoutCase) {
-  expectWords({
+TEST_F(FlmQueryText, CaseCollationWildcardsPrefixesAndParts) {
+  const struct {
+    Term comparison;
+    std::string value;
+    uint32_t mode;
+    Words expected;
+  } cases[] = {
       {kEq, "apple", FLM_CASE, {"apple"}},
       {kEq, "apple", 0, {"apple"}},  // without a mode, case counts
       {kEq, "apple", FLM_NOCASE, {"apple", "Apple", "APPLE"}},
-      {kEq, "STRASSE", FLM_CASE, {"STRASSE"}},
       {kEq, "STRASSE", FLM_NOCASE, {"Straße", "STRASSE", "strasse"}},
       {kEq, "straße", FLM_NOCASE, {"Straße", "STRASSE", "strasse"}},
-      {kEq, "école", FLM_CASE, {"école"}},
       {kEq, "ÉCOLE", FLM_NOCASE, {"École", "école"}},
       {kEq, "COTE", FLM_NOCASE, {"cote"}},  // accents are never case
       {kEq, "", FLM_CASE, {""}},
-  });
-  EXPECT_EQ(literal(kNe, "apple", FLM_NOCASE).count("Apple"), 0u);
-  EXPECT_EQ(literal(kNe, "apple", FLM_CASE).size(), word_.size() - 1);
-  // Unicode values meet the same records as their UTF-8 spelling.
-  Cursor* c = open(kData, {lit, kEq}, FLM_NOCASE);
-  ASSERT_EQ(c->addValue(FLM_UNICODE_VAL, u"STRASSE", 0), FERR_OK);
-  uint32_t n = 0;
-  EXPECT_EQ(c->recordCount(&n), FERR_OK);
-  EXPECT_EQ(n, 3u);
-  Cursor::free(&c);
-}
-
-TEST_F(FlmQueryText, OrderFollowsTheCollation) {
-  expectWords({
       // Collation order, not code units: "apple" < "Banana" though 'a' > 'B'.
       {kLt, "Banana", FLM_CASE, {"", "ap*e", "apple", "Apple", "APPLE", "apricot", "banana"}},
       {kLt, "Banana", FLM_NOCASE, {"", "ap*e", "apple", "Apple", "APPLE", "apricot"}},
       {kLe, "apple", FLM_NOCASE, {"", "ap*e", "apple", "Apple", "APPLE"}},
-      {kGe, "école", FLM_NOCASE, {"École", "école", "Straße", "STRASSE", "strasse"}},
       {kGt, "école", FLM_NOCASE, {"Straße", "STRASSE", "strasse"}},
       {kGt, "école", FLM_CASE, {"École", "Straße", "STRASSE", "strasse"}},
       {kLt, "", FLM_CASE, {}},
-  });
-  // Accents order after the bare letters, the earliest accent weighing most.
-  EXPECT_EQ(words({lit, kGt, str("cote"), kAnd, lit, kLt, str("côté")}, FLM_CASE),
-            (Words{"coté", "côte"}));
-  EXPECT_EQ(literal(kLt, "coté", FLM_CASE).count("côte"), 0u);
-  EXPECT_EQ(literal(kLt, "côte", FLM_CASE).count("coté"), 1u);
-}
-
-TEST_F(FlmQueryText, WildcardsPrefixesAndParts) {
-  expectWords({
       // A star is a wildcard in == only in wild mode; match always takes it so.
       {kEq, "ap*e", FLM_CASE, {"ap*e"}},
       {kEq, "ap*e", FLM_CASE | FLM_WILD, {"ap*e", "apple"}},
       {kEq, "AP*E", FLM_NOCASE | FLM_WILD, {"ap*e", "apple", "Apple", "APPLE"}},
       {kMatch, "ap*e", FLM_CASE, {"ap*e", "apple"}},
-      {kMatch, "*an*", FLM_CASE, {"banana", "Banana"}},
       {kMatch, "*AN*", FLM_CASE, {}},
       {kMatch, "*AN*", FLM_NOCASE, {"banana", "Banana"}},
       {kMatch, "c*t*", FLM_CASE, {"cote", "côte", "coté", "côté"}},
-      {kMatch, "*e", FLM_CASE,
-       {"ap*e", "apple", "Apple", "cote", "côte", "Straße", "strasse", "École", "école"}},
       {kBegins, "ap", FLM_CASE, {"ap*e", "apple", "apricot"}},
       {kBegins, "AP", FLM_NOCASE, {"ap*e", "apple", "Apple", "APPLE", "apricot"}},
-      {kBegins, "Stra", FLM_CASE, {"Straße"}},
       {kBegins, "STRAS", FLM_NOCASE, {"Straße", "STRASSE", "strasse"}},
       {kBegins, "cô", FLM_CASE, {"côte", "côté"}},
       {kContains, "an", FLM_CASE, {"banana", "Banana"}},
-      {kContains, "AN", FLM_CASE, {}},
       {kContains, "AN", FLM_NOCASE, {"banana", "Banana"}},
       {kContains, "asse", FLM_CASE, {"strasse"}},
       {kContains, "asse", FLM_NOCASE, {"Straße", "STRASSE", "strasse"}},
       {kContains, "té", FLM_CASE, {"coté", "côté"}},
-  });
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE("op" + std::to_string(c.comparison.op) + " '" + c.value + "' mode " +
+                 std::to_string(c.mode));
+    EXPECT_EQ(literal(c.comparison, c.value, c.mode), c.expected);
+  }
+  EXPECT_EQ(literal(kNe, "apple", FLM_NOCASE).count("Apple"), 0u);
+  EXPECT_EQ(literal(kNe, "apple", FLM_CASE).size(), word_.size() - 1);
   EXPECT_EQ(literal(kMatch, "*", FLM_CASE).size(), word_.size());
   EXPECT_EQ(literal(kBegins, "", FLM_CASE).size(), word_.size());
+  // Accents order after the bare letters, the earliest accent weighing most.
+  EXPECT_EQ(words({lit, kGt, str("cote"), kAnd, lit, kLt, str("côté")}, FLM_CASE),
+            (Words{"coté", "côte"}));
+  EXPECT_EQ(literal(kLt, "coté", FLM_CASE).count("côte"), 0u);
 }
 
 TEST_F(FlmQueryText, AStarInTheDataIsNotLostToNarrowing) {
@@ -563,16 +450,7 @@ TEST_F(FlmQueryText, AStarInTheDataIsNotLostToNarrowing) {
 }
 
 // ---------------------------------------------------------------------------
-// Narrowing: generated records, queried through the indexes and without, and
-// against what the test itself reads from the data it made.
-
-struct Generated {
-  uint16_t root = kEntry;
-  std::vector<std::string> literals;  // under the root
-  std::vector<std::string> nested;    // under a group
-  std::vector<int64_t> counts;
-  std::vector<uint32_t> concepts;
-};
+// Narrowing: generated records, queried through the indexes and without.
 
 class FlmQueryNarrowing : public QueryFixture {
  protected:
@@ -585,88 +463,43 @@ class FlmQueryNarrowing : public QueryFixture {
     auto pick = [&](size_t n) { return static_cast<int>(rng() % n); };
     ASSERT_EQ(db_->transBegin(), FERR_OK);
     for (int i = 0; i < 400; ++i) {
-      Generated g;
-      if (pick(10) == 0) g.root = kMeaning;
-      for (int k = pick(3); k > 0; --k) g.literals.push_back(words[pick(words.size())]);
-      if (pick(4) == 0) g.nested.push_back(words[pick(words.size())]);
+      Node* r = root(pick(10) == 0 ? kMeaning : kEntry);
+      for (int k = pick(3); k > 0; --k) pool_.utf8(r, kLiteral, words[pick(words.size())]);
+      if (pick(4) == 0) pool_.utf8(pool_.utf8(r, kGroup, "group"), kLiteral, words[pick(24)]);
       for (int k = pick(3); k > 0; --k)
-        g.counts.push_back(pick(20) == 0 ? int64_t{3000000000} + pick(3) : pick(41) - 20);
-      if (pick(3)) g.concepts.push_back(static_cast<uint32_t>(pick(30) + 1));
-      Node* r = root(g.root);
-      for (const auto& w : g.literals) pool_.utf8(r, kLiteral, w);
-      if (!g.nested.empty()) pool_.utf8(pool_.utf8(r, kGroup, "group"), kLiteral, g.nested[0]);
-      for (int64_t n : g.counts) pool_.number(r, kCount, n);
-      for (uint32_t c : g.concepts) pool_.pointer(r, kConcept, c);
-      data_[addBoth(r)] = std::move(g);
+        pool_.number(r, kCount, pick(20) == 0 ? int64_t{3000000000} + pick(3) : pick(41) - 20);
+      if (pick(3)) pool_.pointer(r, kConcept, static_cast<uint32_t>(pick(30) + 1));
+      addBoth(r);
     }
     ASSERT_EQ(db_->transCommit(), FERR_OK);
   }
-
-  using Test = std::function<bool(const Generated&, uint32_t drn)>;
-  Drns expected(const Test& test) const {
-    Drns out;
-    for (const auto& [drn, g] : data_)
-      if (test(g, drn)) out.push_back(drn);
-    return out;
-  }
-
-  std::map<uint32_t, Generated> data_;
 };
-
-bool anyCount(const Generated& g, const std::function<bool(int64_t)>& f) {
-  return std::any_of(g.counts.begin(), g.counts.end(), f);
-}
-bool has(const std::vector<std::string>& words, const std::set<std::string>& any) {
-  return std::any_of(words.begin(), words.end(), [&](const std::string& w) { return any.count(w); });
-}
 
 TEST_F(FlmQueryNarrowing, IndexedAndUnindexedAgreeOnEveryCriteria) {
   const Term any = fld({kLiteral});
   std::vector<Terms> battery = {
-      {lit, kEq, str("apple")},
       {lit, kEq, str("STRASSE")},
-      {lit, kEq, str("naïve")},
-      {lit, kEq, str("")},
       {str("cherry"), kEq, lit},
       {any, kEq, str("Zebra")},
       {fld({kEntry, kGroup, kLiteral}), kEq, str("banana")},
       {lit, kNe, str("apple")},
       {lit, kLt, str("Banana")},
-      {lit, kLe, str("côte")},
-      {lit, kGt, str("mañana")},
-      {lit, kGe, str("STRASSE")},
       {str("cote"), kLt, lit},
       {any, kGe, str("apple"), kAnd, any, kLt, str("cherry")},
-      {lit, kBegins, str("ap")},
       {lit, kBegins, str("STRA")},
-      {lit, kBegins, str("É")},
       {lit, kContains, str("an")},
-      {lit, kMatch, str("ap*")},
-      {lit, kMatch, str("*a*")},
       {lit, kMatch, str("Z*A")},
-      {lit, kEq, str("ap*e")},
       {lit, kEq, str("c*")},
-      {cnt, kEq, num(5)},
       {cnt, kEq, str("-7")},
       {cnt, kNe, num(5)},
-      {cnt, kLt, num(0)},
-      {cnt, kLe, num(-20)},
-      {cnt, kGt, num(19)},
       {cnt, kGe, num(0), kAnd, cnt, kLt, num(3)},
-      {num(5), kLt, cnt},
       {cnt, kGt, str("2999999999")},
       {cnt, kPlus, num(1), kEq, num(6)},
-      {fld({kConcept}), kEq, num(7)},
       {fld({kEntry, kConcept}), kEq, num(7)},
-      {fld({kConcept}), kLt, num(4)},
-      {rid, kEq, num(17)},
       {rid, kEq, num(17), kOr, rid, kEq, num(300), kOr, rid, kEq, num(401)},
-      {lit, kEq, str("apple"), kOr, lit, kEq, str("cherry")},
-      {lit, kEq, str("apple"), kOr, cnt, kEq, num(3)},
       {lit, kBegins, str("ba"), kOr, fld({kConcept}), kEq, num(2), kOr, rid, kEq, num(5)},
       {lit, kEq, str("apple"), kOr, cnt, kPlus, num(0), kEq, num(3)},
       {kNot, kOpen, lit, kEq, str("apple"), kClose, kAnd, cnt, kEq, num(5)},
-      {rid, kLt, num(50), kAnd, lit, kEq, str("banana")},
       {lit, kEq, str("Apple"), kAnd, cnt, kGt, num(0), kAnd, fld({kConcept}), kLt, num(20)},
   };
   size_t nonEmpty = 0, total = 0;
@@ -681,90 +514,29 @@ TEST_F(FlmQueryNarrowing, IndexedAndUnindexedAgreeOnEveryCriteria) {
   EXPECT_GT(nonEmpty, total * 3 / 4);
 }
 
-TEST_F(FlmQueryNarrowing, ResultsMatchTheGeneratedData) {
-  using G = const Generated&;
-  const struct {
-    Terms terms;
-    uint32_t mode;
-    Test test;
-  } cases[] = {
-      {{lit, kEq, str("apple")}, FLM_CASE, [](G g, uint32_t) { return g.root == kEntry && has(g.literals, {"apple"}); }},
-      {{lit, kEq, str("Straße")}, FLM_CASE, [](G g, uint32_t) { return g.root == kEntry && has(g.literals, {"Straße"}); }},
-      {{fld({kLiteral}), kEq, str("zebra")}, FLM_CASE,
-       [](G g, uint32_t) { return has(g.literals, {"zebra"}) || has(g.nested, {"zebra"}); }},
-      {{lit, kEq, str("APPLE")}, FLM_NOCASE,
-       [](G g, uint32_t) { return g.root == kEntry && has(g.literals, {"apple", "Apple", "APPLE"}); }},
-      {{cnt, kNe, num(5)}, FLM_CASE, [](G g, uint32_t) { return anyCount(g, [](int64_t n) { return n != 5; }); }},
-      {{cnt, kLt, num(-10)}, FLM_CASE, [](G g, uint32_t) { return anyCount(g, [](int64_t n) { return n < -10; }); }},
-      {{cnt, kGe, str("3000000001")}, FLM_CASE,
-       [](G g, uint32_t) { return anyCount(g, [](int64_t n) { return n >= 3000000001; }); }},
-      {{kNot, kOpen, cnt, kGe, num(0), kClose}, FLM_CASE,
-       [](G g, uint32_t) { return !g.counts.empty() && !anyCount(g, [](int64_t n) { return n >= 0; }); }},
-      {{fld({kEntry, kConcept}), kEq, num(7)}, FLM_CASE,
-       [](G g, uint32_t) { return g.root == kEntry && !g.concepts.empty() && g.concepts[0] == 7; }},
-      {{rid, kGt, num(390)}, FLM_CASE, [](G, uint32_t drn) { return drn > 390; }},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(show(c.terms));
-    EXPECT_EQ(both(c.terms, c.mode), expected(c.test));
-  }
-}
-
 // ---------------------------------------------------------------------------
 // Unions of record numbers, as a list of chosen records is asked for.
 
-class FlmQueryUnion : public QueryFixture {
- protected:
-  void SetUp() override {
-    ASSERT_EQ(db_->transBegin(), FERR_OK);
-    for (int i = 1; i <= 500; ++i) {
-      Node* r = root(kEntry);
-      pool_.number(r, kCount, i % 7);
-      addBoth(r);
-    }
-    ASSERT_EQ(db_->transCommit(), FERR_OK);
-  }
-};
+class FlmQueryUnion : public QueryFixture {};
 
 TEST_F(FlmQueryUnion, ThreeHundredRecordNumbersValidatedTermByTerm) {
+  ASSERT_EQ(db_->transBegin(), FERR_OK);
+  for (int i = 1; i <= 500; ++i) addBoth(root(kEntry));
+  ASSERT_EQ(db_->transCommit(), FERR_OK);
   for (uint16_t container : {kData, kPlain}) {
     Cursor* c = nullptr;
     ASSERT_EQ(Cursor::init(db_, 0, container, &c), FERR_OK);
     std::set<uint32_t> wanted;
     for (uint32_t k = 0; k < 300; ++k) {
       uint32_t drn = (k * 7919) % 600 + 1;  // some past the last record
-      if (k) {
-        ASSERT_EQ(c->addOp(FLM_OR_OP), FERR_OK);
-      }
-      ASSERT_EQ(c->addField(&kRecId, 1, 0), FERR_OK);
-      ASSERT_EQ(c->addOp(FLM_EQ_OP), FERR_OK);
+      ASSERT_EQ(addTerms(c, k ? Terms{kOr, rid, kEq} : Terms{rid, kEq}), FERR_OK);
       ASSERT_EQ(c->addValue(FLM_UINT32_VAL, &drn, 0), FERR_OK);
       ASSERT_EQ(c->validate(), FERR_OK) << k;
       if (drn <= 500) wanted.insert(drn);
     }
     EXPECT_EQ(drain(c), Drns(wanted.begin(), wanted.end()));
     Cursor::free(&c);
-
-    // The same union in parentheses, with one more condition.
-    Terms terms = {kOpen};
-    Drns narrowed;
-    for (uint32_t drn : wanted) {
-      if (terms.size() > 1) terms.push_back(kOr);
-      terms.insert(terms.end(), {rid, kEq, num(static_cast<int32_t>(drn))});
-      if (drn % 7 == 3) narrowed.push_back(drn);
-    }
-    terms.insert(terms.end(), {kClose, kAnd, cnt, kEq, num(3)});
-    EXPECT_EQ(select(container, terms), narrowed);
   }
-}
-
-TEST_F(FlmQueryUnion, RecordNumbersMixedWithOtherTerms) {
-  Drns want;
-  for (uint32_t i = 1; i <= 500; ++i)
-    if (i == 10 || i == 11 || i % 7 == 6) want.push_back(i);
-  EXPECT_EQ(both({rid, kEq, num(10), kOr, cnt, kEq, num(6), kOr, rid, kEq, num(11)}), want);
-  EXPECT_EQ(both({kOpen, rid, kEq, num(10), kOr, rid, kEq, num(13), kClose, kAnd, cnt, kEq, num(6)}),
-            (Drns{13}));
 }
 
 // ---------------------------------------------------------------------------
@@ -786,18 +558,6 @@ class FlmQueryJoin : public QueryFixture {
                  {"tree", 6},   {"wood", 6},   {"wood", 7},    {"forest", 7}, {"timber", 8},
                  {"log", 8},    {"log", 9},    {"record", 9},  {"record", 10}};
     for (const Variant& v : variants_) variant(v.word, {v.meaning});
-    // Links between meanings: from, to, relation.
-    for (uint32_t from = 1; from <= 10; ++from)
-      for (uint32_t rel = 1; rel <= 3; ++rel)
-        for (uint32_t to = 1; to <= 12; ++to)
-          if ((from * 3 + to * 5 + rel) % 7 == 0) {
-            Node* r = root(kLink);
-            pool_.pointer(r, kFrom, from);
-            pool_.pointer(r, kTo, to);
-            pool_.number(r, kRel, rel);
-            add(kLinks, r);
-            links_.push_back({from, to, rel});
-          }
     ASSERT_EQ(db_->transCommit(), FERR_OK);
   }
 
@@ -839,11 +599,7 @@ class FlmQueryJoin : public QueryFixture {
     std::string word;
     uint32_t meaning;
   };
-  struct Link {
-    uint32_t from, to, rel;
-  };
   std::vector<Variant> variants_;
-  std::vector<Link> links_;
 };
 
 TEST_F(FlmQueryJoin, VariantsToMeaningsByLiteral) {
@@ -866,23 +622,6 @@ TEST_F(FlmQueryJoin, VariantsToMeaningsByLiteral) {
     EXPECT_EQ(meaningsOf(word, kData), Drns(meanings.begin(), meanings.end()));
     EXPECT_EQ(meaningsOf(word, kPlain, FLM_CASE, true), Drns(meanings.begin(), meanings.end()));
   }
-}
-
-TEST_F(FlmQueryJoin, ReadBindsTheMeaningsContainer) {
-  Cursor* c = joinCursor(kData);
-  ASSERT_EQ(addTerms(c, {fld({kEntry, kLiteral}, 1), kEq, str("wood"), kAnd,
-                         fld({kEntry, kConcept}, 1), kEq, fld({kRecId}, 2)}),
-            FERR_OK);
-  uint32_t drn = 0;
-  ASSERT_EQ(c->moveLast(&drn), FERR_OK);
-  EXPECT_EQ(drn, 7u);
-  ScopedPool pool;
-  Node* read = nullptr;
-  ASSERT_EQ(c->read(&pool, &read), FERR_OK);
-  expectSource(read, db_, kMeanings, 7);
-  EXPECT_EQ(read->tag, kMeaning);
-  EXPECT_EQ(c->resultSource().container, kMeanings);
-  Cursor::free(&c);
 }
 
 TEST_F(FlmQueryJoin, MeaningsNarrowedFirstFindVariantsThroughTheirIndex) {
@@ -938,45 +677,21 @@ TEST_F(FlmQueryJoin, JoinsOnValuesTheIndexCannotLookUp) {
   }
 }
 
-TEST_F(FlmQueryJoin, LinksFromOneMeaningByRelation) {
-  for (uint32_t from = 1; from <= 10; ++from) {
-    for (uint32_t rel = 1; rel <= 3; ++rel) {
-      SCOPED_TRACE(std::to_string(from) + "/" + std::to_string(rel));
-      std::set<uint32_t> targets;
-      for (const Link& l : links_)
-        if (l.from == from && l.rel == rel) targets.insert(l.to);
-      Terms which = {kAnd, fld({kFrom}, 1), kEq, num(static_cast<int32_t>(from)), kAnd,
-                     fld({kRel}, 1), kEq, num(static_cast<int32_t>(rel))};
-      // The meaning itself, when it has such a link; then the meanings it links to.
-      EXPECT_EQ(joined(kLinks, cat({{kOpen, fld({kFrom}, 1), kEq, fld({kRecId}, 2), kClose}, which})),
-                targets.empty() ? Drns{} : Drns{from});
-      EXPECT_EQ(joined(kLinks, cat({{fld({kTo}, 1), kEq, fld({kRecId}, 2)}, which})),
-                Drns(targets.begin(), targets.end()));
-    }
-  }
-}
-
 TEST_F(FlmQueryJoin, ContextSetsMustExist) {
-  Cursor* c = joinCursor(kData);
-  ASSERT_EQ(addTerms(c, {fld({kEntry, kLiteral}, 3), kEq, str("bank")}), FERR_OK);
-  EXPECT_NE(c->validate(), FERR_OK);
-  uint32_t drn = 0;
-  EXPECT_NE(c->moveFirst(&drn), FERR_OK);
-  Cursor::free(&c);
-
+  Cursor* c = nullptr;
   ASSERT_EQ(Cursor::init(nullptr, 0, kData, &c), FERR_OK);
-  uint16_t path[] = {kEntry, kLiteral};
-  EXPECT_EQ(c->addField(path, 2, 9), FERR_INVALID_PARM);
+  uint32_t drn = 0;
+  EXPECT_NE(c->moveFirst(&drn), FERR_OK) << "no database nor context set to read";
   EXPECT_EQ(c->addContext(0, db_, 0, kData), FERR_INVALID_PARM);
-  EXPECT_EQ(c->addContext(9, db_, 0, kData), FERR_INVALID_PARM);
   EXPECT_EQ(c->addContext(1, db_, 0, 555), FERR_BAD_CONTAINER);
-  EXPECT_EQ(c->addContext(1, nullptr, 0, kData), FERR_INVALID_PARM);
-  // Without a database nor a context set there is nothing to read.
-  EXPECT_NE(c->moveFirst(&drn), FERR_OK);
   // Fields with no set read set 1 of a cursor with no database of its own.
   ASSERT_EQ(c->addContext(1, db_, 0, kData), FERR_OK);
   ASSERT_EQ(addTerms(c, {lit, kEq, str("log")}), FERR_OK);
   EXPECT_EQ(drain(c), (Drns{16, 17}));
+  Cursor::free(&c);
+  c = joinCursor(kData);
+  ASSERT_EQ(addTerms(c, {fld({kEntry, kLiteral}, 3), kEq, str("bank")}), FERR_OK);
+  EXPECT_NE(c->validate(), FERR_OK) << "set 3 was never given";
   Cursor::free(&c);
 
   EXPECT_EQ(Cursor::init(db_, 0, 555, &c), FERR_BAD_CONTAINER);
@@ -1028,18 +743,15 @@ TEST_F(FlmQueryOrder, KeyOrderOfTheChosenComponent) {
   const Terms all = {rid, kGt, num(0)};
   for (bool master : {true, false}) {
     SCOPED_TRACE(master ? "master index" : "set index");
-    EXPECT_EQ(ordered({}, kByLiteral, 1, master), byLiteral);
     EXPECT_EQ(ordered({}, kByLiteral, 0, master), byLiteral);
     EXPECT_EQ(ordered({}, kByLiteral, 2, master), byCount);
     EXPECT_EQ(ordered({}, kByConcept, 1, master), byConcept);
     // With criteria, the same order over the records that meet them.
     EXPECT_EQ(ordered(all, kByLiteral, 1, master), byLiteral);
-    EXPECT_EQ(ordered(all, kByLiteral, 2, master), byCount);
     EXPECT_EQ(ordered(all, kByConcept, 1, master), byConcept);
     EXPECT_EQ(ordered({cnt, kGe, num(3)}, kByLiteral, 1, master), (Drns{2, 6, 3, 1, 7}));
     // An equality the index answers alone still orders, and still drops
     // records without a key in the ordering component.
-    EXPECT_EQ(ordered({cnt, kEq, num(20)}, kByLiteral, 1, master), (Drns{2, 6}));
     EXPECT_EQ(ordered({cnt, kEq, num(20)}, kByConcept, 1, master), (Drns{6}));
     EXPECT_EQ(ordered({lit, kEq, str("Banana"), kOr, lit, kEq, str("apple")}, kByLiteral, 2, master),
               (Drns{8}));
@@ -1050,21 +762,6 @@ TEST_F(FlmQueryOrder, KeyOrderOfTheChosenComponent) {
   EXPECT_EQ(ordered({lit, kEq, str("APPLE")}, kByLiteral, 1, true, FLM_NOCASE), (Drns{5, 2}));
   // Without an index: record-number order.
   EXPECT_EQ(select(kData, {cnt, kNe, num(3)}), (Drns{1, 2, 4, 6, 7, 8}));
-  EXPECT_EQ(select(kData, {}).size(), 8u);
-}
-
-// An equality with a number puts every result at that key, where the index
-// lists them by record number, whatever other keys they have.
-TEST_F(FlmQueryOrder, AnEqualKeyListsByRecordNumber) {
-  for (std::vector<int64_t> counts : {std::vector<int64_t>{20}, {20, -500}}) {  // 9, 10
-    Node* r = root(kEntry);
-    for (int64_t n : counts) pool_.number(r, kCount, n);
-    add(kData, r);
-  }
-  for (bool master : {true, false}) {
-    EXPECT_EQ(ordered({cnt, kEq, num(20)}, kByLiteral, 2, master), (Drns{2, 6, 9, 10}));
-    EXPECT_EQ(ordered({cnt, kLe, num(20)}, kByLiteral, 2, master), (Drns{10, 8, 4, 3, 2, 6, 9}));
-  }
 }
 
 TEST_F(FlmQueryOrder, RealAndBinaryKeysOrderWithOrWithoutCriteria) {
@@ -1083,7 +780,6 @@ TEST_F(FlmQueryOrder, RealAndBinaryKeysOrderWithOrWithoutCriteria) {
     EXPECT_EQ(ordered({}, kByBlob, 1, master), (Drns{15, 13, 14}));
     EXPECT_EQ(ordered({rid, kGt, num(0)}, kByBlob, 1, master), (Drns{15, 13, 14}));
     EXPECT_EQ(ordered({}, kByRatio, 1, master), (Drns{10, 12, 9, 11}));
-    EXPECT_EQ(ordered({rid, kGt, num(0)}, kByRatio, 1, master), (Drns{10, 12, 9, 11}));
     EXPECT_EQ(ordered({ratio, kLt, num(5)}, kByRatio, 1, master), (Drns{10, 12, 9}));
   }
 }
@@ -1107,108 +803,12 @@ TEST_F(FlmQueryOrder, MasterIndexIsASettingOfItsOwn) {
   ASSERT_EQ(c->config(FCURSOR_SET_INDEX, 0, 0), FERR_OK);
   EXPECT_EQ(index(1), kByLiteral);
   EXPECT_EQ(drain(c), (Drns{8, 4, 3, 2, 6, 1, 7}));
-  // Criteria added later keep the master index.
+  // Criteria added after a run are run afresh, and keep the master index.
   ASSERT_EQ(addTerms(c, {cnt, kLt, num(10)}), FERR_OK);
   EXPECT_EQ(drain(c), (Drns{8, 4, 3}));
   EXPECT_EQ(index(0), kByLiteral);
   uint32_t value = 0;
   EXPECT_EQ(c->getConfig(12345, 0, &value), FERR_NOT_IMPLEMENTED);
-  Cursor::free(&c);
-}
-
-// ---------------------------------------------------------------------------
-// Moving through results.
-
-class FlmQueryNavigate : public QueryFixture {
- protected:
-  void SetUp() override {
-    for (int i = 1; i <= 6; ++i) {
-      Node* r = root(kEntry);
-      pool_.utf8(r, kLiteral, "word " + std::to_string(i));
-      pool_.number(r, kCount, i % 2);
-      add(kData, r);
-    }
-  }
-
-  using Move = RCODE (Cursor::*)(uint32_t*);
-  struct Step {
-    Move move;
-    RCODE rc;
-    uint32_t at;  // where the cursor is after the step; 0: nowhere
-  };
-  // Takes the steps on a fresh cursor over `terms`.
-  void walk(const Terms& terms, std::initializer_list<Step> steps) {
-    Cursor* c = open(kData, terms);
-    uint32_t unmoved = 0;
-    EXPECT_EQ(c->current(&unmoved), FERR_BOF_HIT);
-    int i = 0;
-    for (const Step& s : steps) {
-      SCOPED_TRACE("step " + std::to_string(i++));
-      uint32_t drn = 0;
-      EXPECT_EQ((c->*s.move)(&drn), s.rc);
-      if (s.rc == FERR_OK) {
-        EXPECT_EQ(drn, s.at);
-      }
-      if (s.at) {
-        EXPECT_EQ(c->current(&drn), FERR_OK);
-        EXPECT_EQ(drn, s.at);
-      }
-    }
-    Cursor::free(&c);
-  }
-  const Terms odd = {cnt, kEq, num(1)}, none = {cnt, kEq, num(7)};
-  static constexpr Move kFirst = &Cursor::moveFirst, kNext = &Cursor::moveNext,
-                        kPrev = &Cursor::movePrev, kLast = &Cursor::moveLast;
-};
-
-TEST_F(FlmQueryNavigate, BothEndsAndBack) {
-  // Running off an end leaves the cursor on the record it was on.
-  walk(odd, {{kNext, FERR_OK, 1}, {kNext, FERR_OK, 3}, {kNext, FERR_OK, 5},
-             {kNext, FERR_EOF_HIT, 5}, {kNext, FERR_EOF_HIT, 5}, {kPrev, FERR_OK, 3},
-             {kPrev, FERR_OK, 1}, {kPrev, FERR_BOF_HIT, 1}, {kNext, FERR_OK, 3},
-             {kLast, FERR_OK, 5}, {kFirst, FERR_OK, 1}});
-  walk(odd, {{kPrev, FERR_OK, 5}});  // an unmoved cursor's prev is its last
-  walk({}, {{kLast, FERR_OK, 6}});   // a whole container, without criteria
-
-  // Counting does not move.
-  Cursor* c = open(kData, odd);
-  uint32_t drn = 0, n = 0;
-  ASSERT_EQ(c->moveFirst(&drn), FERR_OK);
-  ASSERT_EQ(c->recordCount(&n), FERR_OK);
-  EXPECT_EQ(n, 3u);
-  ASSERT_EQ(c->current(&drn), FERR_OK);
-  EXPECT_EQ(drn, 1u);
-  Cursor::free(&c);
-}
-
-TEST_F(FlmQueryNavigate, EmptyResults) {
-  walk(none, {{kFirst, FERR_EOF_HIT, 0}, {kLast, FERR_BOF_HIT, 0}, {kNext, FERR_EOF_HIT, 0},
-              {kPrev, FERR_BOF_HIT, 0}});
-  walk(none, {{kNext, FERR_EOF_HIT, 0}});  // unmoved
-  walk(none, {{kPrev, FERR_BOF_HIT, 0}});  // unmoved
-  EXPECT_EQ(select(kData, none), Drns{});
-  EXPECT_EQ(select(kMeanings, {}), Drns{});  // a container with no records at all
-
-  Cursor* c = open(kData, none);
-  ScopedPool pool;
-  Node dummy{};
-  Node* read = &dummy;
-  EXPECT_NE(c->read(&pool, &read), FERR_OK);
-  EXPECT_EQ(read, nullptr);
-  Cursor::free(&c);
-}
-
-TEST_F(FlmQueryNavigate, ReadBindsTheSource) {
-  Cursor* c = open(kData, odd);
-  ScopedPool pool;
-  Node* read = nullptr;
-  EXPECT_EQ(c->read(&pool, &read), FERR_BOF_HIT);  // not positioned yet
-  uint32_t drn = 0;
-  ASSERT_EQ(c->moveNext(&drn), FERR_OK);
-  ASSERT_EQ(c->moveNext(&drn), FERR_OK);
-  ASSERT_EQ(c->read(&pool, &read), FERR_OK);
-  expectSource(read, db_, kData, 3);
-  EXPECT_EQ(testflm::textOf(nodeFind(GED_TREE, read, kLiteral, 1)), u"word 3");
   Cursor::free(&c);
 }
 
@@ -1224,17 +824,12 @@ TEST_F(FlmQueryParse, MalformedCriteria) {
       {kOpen, cnt, kEq, num(5)},
       {cnt, kEq, num(5), kClose},
       {kOpen, kClose},
-      {cnt, num(5)},
       {cnt, kEq, num(5), num(6)},
-      {cnt, kEq, kEq, num(5)},
       {cnt, kEq, num(5), kAnd},
-      {kAnd, cnt, kEq, num(5)},
       {cnt, kEq, num(5), cnt, kEq, num(6)},
-      {cnt, kEq, num(1), kEq, num(1)},          // a truth compared
+      {cnt, kEq, num(1), kEq, num(1)},            // a truth compared
       {kMinus, kOpen, cnt, kEq, num(5), kClose},  // minus of a truth
-      {kOpen, cnt, kEq, num(5), kClose, kPlus, num(1)},
-      {kNot, cnt, kEq, num(5)},  // not binds first: (not a) == 5
-      {kNot},
+      {kNot, cnt, kEq, num(5)},                   // not binds first: (not a) == 5
   };
   for (const Terms& terms : malformed) {
     EXPECT_EQ(validateError(terms), FERR_CURSOR_SYNTAX) << show(terms);
@@ -1254,12 +849,9 @@ TEST_F(FlmQueryParse, TextMustSpellANumberForNumericFields) {
       {{cnt, kEq, str("abc")}, FERR_CONV_BAD_DIGIT},
       {{str("12a"), kLt, cnt}, FERR_CONV_BAD_DIGIT},
       {{fld({kConcept}), kEq, str("x1")}, FERR_CONV_BAD_DIGIT},
-      {{rid, kEq, str("seven")}, FERR_CONV_BAD_DIGIT},
-      {{cnt, kEq, str("")}, FERR_CONV_BAD_DIGIT},
       {{cnt, kEq, str("-")}, FERR_CONV_BAD_DIGIT},
       {{cnt, kEq, str("-12")}, FERR_OK},
       {{fld({kLiteral}), kEq, str("abc")}, FERR_OK},
-      {{cnt, kEq, str("99999999999999999999")}, FERR_CONV_NUM_OVERFLOW},
       {{cnt, kEq, str("9999999999999999999")}, FERR_CONV_NUM_OVERFLOW},
   };
   for (const auto& [terms, rc] : cases) EXPECT_EQ(validateError(terms), rc) << show(terms);
@@ -1284,23 +876,6 @@ TEST_F(FlmQueryParse, NumbersAtTheEdgesOfSixtyFourBits) {
       {{fld({kLiteral}), kEq, num(5)}, {}},
       {{fld({kLiteral}), kEq, str("9999999999999999999")}, {4}},
   });
-}
-
-TEST_F(FlmQueryParse, CriteriaGrowAndValidateAgain) {
-  for (int i = 1; i <= 4; ++i) {
-    Node* r = root(kEntry);
-    pool_.number(r, kCount, i);
-    add(kData, r);
-  }
-  Cursor* c = open(kData, {cnt, kGt, num(1)});
-  ASSERT_EQ(c->validate(), FERR_OK);
-  EXPECT_EQ(drain(c), (Drns{2, 3, 4}));
-  ASSERT_EQ(addTerms(c, {kAnd}), FERR_OK);
-  EXPECT_EQ(c->validate(), FERR_CURSOR_SYNTAX);
-  ASSERT_EQ(addTerms(c, {cnt, kLt, num(4)}), FERR_OK);
-  ASSERT_EQ(c->validate(), FERR_OK);
-  EXPECT_EQ(drain(c), (Drns{2, 3}));
-  Cursor::free(&c);
 }
 
 }  // namespace

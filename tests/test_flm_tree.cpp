@@ -146,6 +146,13 @@ TEST(FlmPool, AllocationsAreAlignedDistinctAndZeroedByCalloc) {
   EXPECT_TRUE(aligned8(clean));
   EXPECT_EQ(std::vector<unsigned char>(clean, clean + 64), std::vector<unsigned char>(64, 0));
 
+  // A reset-all keeps one empty block: the next piece starts it again.
+  poolReset(&pool, nullptr);
+  void* firstEver = poolAlloc(&pool, 16);
+  allocatePieces(&pool, 50, 1, 2000);
+  poolReset(&pool, nullptr);
+  EXPECT_EQ(poolAlloc(&pool, 16), firstEver);
+
   // Even an empty request yields its own usable, aligned place.
   void* a = poolAlloc(&pool, 0);
   void* b = poolAlloc(&pool, 0);
@@ -180,49 +187,6 @@ TEST(FlmPool, MarksResetInnermostFirstAndHandTheSpaceOutAgain) {
     std::vector<Piece> again = allocatePieces(&pool, 300, 5000, 3000);
     EXPECT_TRUE(intact(outer) && intact(again));
   }
-}
-
-TEST(FlmPool, ResetAllStartsOverInTheKeptBlock) {
-  ScopedPool pool(256);
-  void* firstEver = poolAlloc(&pool, 16);
-  ASSERT_NE(firstEver, nullptr);
-  allocatePieces(&pool, 500, 1, 2000);
-  poolReset(&pool, nullptr);
-  // What remains is one empty block: the next piece starts it again.
-  EXPECT_EQ(poolAlloc(&pool, 16), firstEver);
-  EXPECT_TRUE(intact(allocatePieces(&pool, 500, 7, 2000)));
-
-  // A reset-all of a pool that never allocated, and a free after it, are fine.
-  ScopedPool empty(128);
-  poolReset(&empty, nullptr);
-  EXPECT_NE(poolAlloc(&empty, 10), nullptr);
-}
-
-TEST(FlmPool, SharedBlocksOutliveTheOriginalAndItsResets) {
-  PoolMemoryManager original;
-  poolInit(&original, 128);
-  std::vector<Piece> pieces = allocatePieces(&original, 200, 3, 700);
-  PoolMemoryManager copy;
-  poolShare(&copy, original);
-
-  // A reset-all of the original leaves the sharer its data.
-  poolReset(&original, nullptr);
-  std::vector<Piece> fresh = allocatePieces(&original, 100, 4000, 400);
-  EXPECT_TRUE(intact(pieces));
-  EXPECT_TRUE(intact(fresh));
-
-  PoolMemoryManager second;
-  poolShare(&second, original);
-  poolFree(&original);
-  EXPECT_EQ(original.block, nullptr);
-  // Reading freed blocks here is what the sanitizers would catch.
-  EXPECT_TRUE(intact(pieces));
-  EXPECT_TRUE(intact(fresh));
-  std::vector<Piece> more = allocatePieces(&second, 200, 9000, 700);
-  poolFree(&copy);
-  EXPECT_TRUE(intact(fresh));
-  EXPECT_TRUE(intact(more));
-  poolFree(&second);
 }
 
 // ---------------------------------------------------------------------------
@@ -266,14 +230,11 @@ TEST(FlmTree, ChildAndSiblingGraftsAtEveryPosition) {
       {false, 2, head + twenty + g + rest},
       {false, 4, head + twenty + "30:1 40:1 41:2 42:3 " + g + "50:1"},
       {false, GED_LAST, end},
-      {false, 5, end},
       {true, 0, head + twenty + g + rest},
       {true, 1, head + twenty + "30:1 " + g + "40:1 41:2 42:3 50:1"},
-      {true, 2, head + twenty + "30:1 40:1 41:2 42:3 " + g + "50:1"},
       {true, GED_LAST, end},
       {true, -1, head + g + twenty + rest},
       {true, -2, "1:0 " + g + "10:1 11:2 12:2 " + twenty + rest},
-      {true, -GED_LAST, "1:0 " + g + "10:1 11:2 12:2 " + twenty + rest},
   };
   for (const auto& r : rows) {
     SCOPED_TRACE(testing::Message() << (r.sibling ? "sibling " : "child ") << r.position);
@@ -287,87 +248,6 @@ TEST(FlmTree, ChildAndSiblingGraftsAtEveryPosition) {
     EXPECT_EQ(shape(root), r.expected);
     EXPECT_EQ(nodeParent(graft), root);
   }
-}
-
-TEST(FlmTree, GraftsUnderALeafInsideASubtreeAndBeforeTheRoot) {
-  ScopedPool pool;
-  Node* root = fixtureTree(pool);
-  nodeChildGraft(byTag(root, 30), graftling(pool), GED_LAST);
-  EXPECT_EQ(shape(root),
-            "1:0 10:1 11:2 12:2 20:1 21:2 30:1 900:2 901:3 902:4 40:1 41:2 42:3 50:1");
-  // A tree cut from deeper down is rebased when it is grafted higher up.
-  nodeChildGraft(byTag(root, 11), nodeClip(byTag(root, 41)), GED_LAST);
-  EXPECT_EQ(shape(root),
-            "1:0 10:1 11:2 41:3 42:4 12:2 20:1 21:2 30:1 900:2 901:3 902:4 40:1 50:1");
-
-  // A sibling before the root makes a forest.
-  ScopedPool other;
-  Node* tree = fixtureTree(other);
-  Node* graft = graftling(other);
-  nodeSiblingGraft(tree, graft, -1);
-  EXPECT_EQ(graft->prev, nullptr);
-  EXPECT_EQ(nodeNextSibling(graft), tree);
-  EXPECT_EQ(shape(graft), std::string("900:0 901:1 902:2 ") + kFixtureShape);
-}
-
-TEST(FlmTree, DeepTreeGraftsAndNavigates) {
-  constexpr int kDepth = 50;
-  ScopedPool pool;
-  Node* root = pool.make(1);
-  Node* deepest = root;
-  for (int level = 1; level < kDepth; ++level)
-    deepest = pool.child(deepest, static_cast<uint16_t>(level + 1));
-  EXPECT_EQ(deepest->level, kDepth - 1);
-
-  // Halfway down, a sibling before and a child at the front.
-  Node* middle = byTag(root, 25);
-  ASSERT_NE(middle, nullptr);
-  Node* before = graftling(pool);
-  nodeSiblingGraft(middle, before, -1);
-  EXPECT_EQ(nodeNextSibling(before), middle);
-  EXPECT_EQ(nodeParent(before), byTag(root, 24));
-  EXPECT_EQ(byTag(root, 902)->level, middle->level + 2);
-  Node* front = pool.make(777);
-  nodeChildGraft(middle, front, GED_FIRST);
-  EXPECT_EQ(nodeChild(middle), front);
-  EXPECT_EQ(nodeNextSibling(front), byTag(root, 26));
-  EXPECT_EQ(nodeLastInTree(root), deepest);
-  // Document order must still be a valid tree: no level jumps by more than one.
-  for (Node* p = root; p->next; p = p->next) ASSERT_LE(p->next->level, p->level + 1) << p->tag;
-  EXPECT_EQ(shape(root).find("broken"), std::string::npos);
-}
-
-TEST(FlmTree, WideTreeGraftsAndNavigates) {
-  constexpr int kWidth = 1000;
-  ScopedPool pool(4096);
-  Node* root = pool.make(1);
-  for (int i = 0; i < kWidth; ++i) {
-    Node* child = pool.child(root, static_cast<uint16_t>(1000 + i));
-    // Every tenth child gets a child of its own, so that siblings must be
-    // found past descendants.
-    if (i % 10 == 9) pool.child(child, 9);
-  }
-  nodeChildGraft(root, pool.make(5000), kWidth / 2);
-  nodeChildGraft(root, pool.make(5001), GED_FIRST);
-  nodeSiblingGraft(byTag(root, 1000 + 700), pool.make(5002), 0);
-
-  std::vector<int> order;
-  for (Node* c = nodeChild(root); c; c = nodeNextSibling(c)) {
-    EXPECT_EQ(nodeParent(c), root);
-    order.push_back(c->tag);
-  }
-  ASSERT_EQ(order.size(), static_cast<size_t>(kWidth + 3));
-  // 1700 is at index 700 + 2 (5001 and 5000 come before it), so 5002 at 703.
-  EXPECT_EQ((std::vector<int>{order[0], order[1], order[kWidth / 2], order[1 + kWidth / 2],
-                              order[2 + kWidth / 2], order[702], order[703], order.back()}),
-            (std::vector<int>{5001, 1000, 1000 + kWidth / 2 - 1, 5000, 1000 + kWidth / 2, 1700,
-                              5002, 1000 + kWidth - 1}));
-
-  Node* lastChild = nodeParent(nodeLastInTree(root));
-  ASSERT_EQ(lastChild->tag, 1000 + kWidth - 1) << "the last child has a child of its own";
-  int backwards = 0;
-  for (Node* c = lastChild; c; c = nodePrevSibling(c)) ++backwards;
-  EXPECT_EQ(backwards, kWidth + 3);
 }
 
 TEST(FlmTree, ClipTakesTheSubtreeAndRebasesIt) {
@@ -407,8 +287,7 @@ TEST(FlmTree, FindInTreeAndForestAndNthOccurrence) {
     int nth;
     Node* found;
   } rows[] = {
-      {GED_TREE, root, 7, 1, sevens[0]},   {GED_TREE, root, 7, 2, sevens[1]},
-      {GED_TREE, root, 7, 3, sevens[2]},   {GED_TREE, root, 7, 4, sevens[3]},
+      {GED_TREE, root, 7, 1, sevens[0]},   {GED_TREE, root, 7, 4, sevens[3]},
       {GED_TREE, root, 7, 5, nullptr},  // the next tree is outside
       {GED_FOREST, root, 7, 5, sevens[4]}, {GED_FOREST, root, 2, 1, two},
       {GED_TREE, root, 2, 1, nullptr},     {GED_TREE, root, 1, 1, root},  // the start counts
@@ -425,26 +304,7 @@ TEST(FlmTree, FindInTreeAndForestAndNthOccurrence) {
         << r.mode << " from " << r.start->tag << " tag " << r.tag << " #" << r.nth;
 }
 
-TEST(FlmTree, WalkNextStaysInsideTheSubtree) {
-  ScopedPool pool;
-  Node* root = fixtureTree(pool);
-  auto walk = [&](TreeMode mode, uint16_t tag) {
-    std::string tags;
-    Node* start = byTag(root, tag);
-    for (const Node* p = start; p; p = nodeWalkNext(mode, start, p))
-      tags += std::to_string(p->tag) + " ";
-    return tags;
-  };
-  EXPECT_EQ(walk(GED_TREE, 40), "40 41 42 ");
-  EXPECT_EQ(walk(GED_TREE, 20), "20 21 ");
-  EXPECT_EQ(walk(GED_TREE, 30), "30 ");
-  EXPECT_EQ(walk(GED_TREE, 11), "11 ");
-  EXPECT_EQ(walk(GED_FOREST, 11), "11 12 ");
-  EXPECT_EQ(walk(GED_FOREST, 30), "30 40 41 42 50 ");
-  EXPECT_EQ(walk(GED_TREE, 1), "1 10 11 12 20 21 30 40 41 42 50 ");
-}
-
-TEST(FlmTree, CopyOfATreeIsIndependentOfTheOriginal) {
+TEST(FlmTree, CopiesOfATreeOrForestAreIndependentOfTheOriginal) {
   PoolMemoryManager source;
   poolInit(&source, 256);
   RCODE rc = FERR_FAILURE;
@@ -479,23 +339,14 @@ TEST(FlmTree, CopyOfATreeIsIndependentOfTheOriginal) {
   EXPECT_EQ(read(getNumber, byTag(copy, 11)), "42");
   EXPECT_EQ(nodeType(byTag(copy, 11)), FLM_NUMBER_TYPE);
   EXPECT_EQ(byTag(copy, 12)->length, 0u);
-}
 
-TEST(FlmTree, CopyOfAForestTakesTheFollowingSiblingsOnly) {
+  // A forest takes the start's following siblings, never its parent's.
   ScopedPool pool;
-  Node* root = fixtureTree(pool);
-  ASSERT_EQ(putText(&pool, byTag(root, 42), u"deep"), FERR_OK);
-  ScopedPool target;
-  RCODE rc = FERR_FAILURE;
-  Node* forest = treeCopy(&target, GED_FOREST, byTag(root, 30), &rc);
+  Node* fixture = fixtureTree(pool);
+  Node* forest = treeCopy(&target, GED_FOREST, byTag(fixture, 30), &rc);
   ASSERT_EQ(rc, FERR_OK);
   EXPECT_EQ(shape(forest), "30:0 40:0 41:1 42:2 50:0");
-  EXPECT_EQ(textOf(byTag(forest, 42)), u"deep");
-  EXPECT_NE(byTag(forest, 42)->value, byTag(root, 42)->value);
-  Node* tree = treeCopy(&target, GED_TREE, byTag(root, 20), &rc);
-  ASSERT_EQ(rc, FERR_OK);
-  EXPECT_EQ(shape(tree), "20:0 21:1");
-  EXPECT_EQ(shape(root), kFixtureShape);
+  EXPECT_EQ(shape(fixture), kFixtureShape);
 }
 
 // ---------------------------------------------------------------------------
@@ -534,21 +385,16 @@ TEST(FlmValue, IntegersNarrowToEachWidthOrSayWhyNot) {
       {i32min, nullptr, "-2147483648 " + under + " " + under + " " + under + " -2147483648"},
       {-1, nullptr, "-1 " + under + " -1 " + under + " -1"},
       {0, nullptr, "0 0 0 0 0"},
-      {1, nullptr, "1 1 1 1 1"},
       {32767, nullptr, "32767 32767 32767 32767 32767"},
       {-32768, nullptr, "-32768 " + under + " -32768 " + under + " -32768"},
       {40000, nullptr, "40000 40000 " + over + " 40000 40000"},
-      {-40000, nullptr, "-40000 " + under + " " + under + " " + under + " -40000"},
       {65535, nullptr, "65535 65535 " + over + " 65535 65535"},
-      {70000, nullptr, "70000 70000 " + over + " " + over + " 70000"},
       {2147483647, nullptr, "2147483647 2147483647 " + over + " " + over + " 2147483647"},
       {0x80000000, nullptr, over + " 2147483648 " + over + " " + over + " 2147483648"},
       {0xFFFFFFFF, nullptr, over + " 4294967295 " + over + " " + over + " 4294967295"},
       {int64_t{1} << 32, nullptr, over + " " + over + " " + over + " " + over + " 4294967296"},
       {i32min - 1, nullptr,
        under + " " + under + " " + under + " " + under + " -2147483649"},
-      {0, u"12345", "12345 12345 12345 12345 12345"},
-      {0, u"-2147483648", "-2147483648 " + under + " " + under + " " + under + " -2147483648"},
       {0, u"4294967295", over + " 4294967295 " + over + " " + over + " 4294967295"},
       {0, u"70000", "70000 70000 " + over + " " + over + " 70000"},
   };
@@ -560,7 +406,7 @@ TEST(FlmValue, IntegersNarrowToEachWidthOrSayWhyNot) {
     EXPECT_EQ(nodeType(n), r.text ? FLM_TEXT_TYPE : FLM_NUMBER_TYPE);
     EXPECT_EQ(integers(n), r.expected);
   }
-  for (std::u16string_view digits : {u"12a", u"abc", u" 12", u"1.5", u"-", u"+3", u"\uff11"}) {
+  for (std::u16string_view digits : {u"12a", u" 12", u"-", u"\uff11"}) {
     ASSERT_EQ(putText(&pool, n, digits), FERR_OK);
     EXPECT_EQ(integers(n), bad + " " + bad + " " + bad + " " + bad + " " + bad)
         << std::string(digits.begin(), digits.end());
@@ -573,13 +419,9 @@ TEST(FlmValue, IntegersNarrowToEachWidthOrSayWhyNot) {
   EXPECT_EQ(textOf(n), u"-987");
 }
 
-TEST(FlmValue, OtherTypesRoundTrip) {
+TEST(FlmValue, BinaryAndRealRoundTripAndBoundRootsKeepTheirSource) {
   ScopedPool pool;
   Node* n = pool.make(1);
-  ASSERT_EQ(putRecPtr(&pool, n, 0xFFFFFFFEu), FERR_OK);
-  EXPECT_EQ(nodeType(n), FLM_CONTEXT_TYPE);
-  EXPECT_EQ(read(getRecPtr, n), "4294967294");
-
   const unsigned char bytes[] = {0, 1, 2, 0xFF, 0, 0x80};
   unsigned char out[16] = {};
   uint32_t size = sizeof out;
@@ -598,16 +440,6 @@ TEST(FlmValue, OtherTypesRoundTrip) {
     EXPECT_EQ(getReal(n, &real), FERR_OK);
     EXPECT_EQ(std::memcmp(&real, &v, sizeof v), 0) << v;
   }
-  ASSERT_EQ(putDate(&pool, n, FlmDate{2024, 2, 29}), FERR_OK);
-  EXPECT_EQ(nodeType(n), FLM_DATE_TYPE);
-  EXPECT_EQ(read(getDate, n), "2024-2-29");
-  ASSERT_EQ(putTime(&pool, n, FlmTime{23, 59, 58, 99}), FERR_OK);
-  EXPECT_EQ(nodeType(n), FLM_TIME_TYPE);
-  EXPECT_EQ(read(getTime, n), "23:59:58.99");
-  ASSERT_EQ(putTimestamp(&pool, n, FlmTimestamp{{1999, 12, 31}, {1, 2, 3, 4}}), FERR_OK);
-  EXPECT_EQ(nodeType(n), FLM_TMSTAMP_TYPE);
-  EXPECT_EQ(read(getTimestamp, n), "1999-12-31 1:2:3.4");
-
   // Putting a value on a bound root keeps its source.
   RCODE rc = FERR_FAILURE;
   Node* bound = nodeMakeWithSource(&pool, 5, nullptr, 1, 32001, 9, &rc);
@@ -645,21 +477,15 @@ TEST(FlmValue, MismatchedTypesAreIllegalConversions) {
   ScopedPool pool;
   Node* n = pool.make(1);
   const std::string illegal = "CONV_ILLEGAL";
-  uint32_t bytes = 32;
-  unsigned char raw[32];
-  uint16_t text[16];
-
   ASSERT_EQ(putText(&pool, n, u"5"), FERR_OK);
   EXPECT_EQ(read(getReal, n) + read(getDate, n) + read(getRecPtr, n), illegal + illegal + illegal);
-  EXPECT_EQ(getBinary(n, raw, &bytes), FERR_CONV_ILLEGAL);
   ASSERT_EQ(putReal(&pool, n, 2.5), FERR_OK);
-  EXPECT_EQ(read(getInt32, n) + read(getTime, n), illegal + illegal);
-  bytes = sizeof text;
+  uint16_t text[16];
+  uint32_t bytes = sizeof text;
   EXPECT_EQ(getUnicode(n, text, &bytes), FERR_CONV_ILLEGAL);
+  EXPECT_EQ(read(getInt32, n) + read(getTime, n), illegal + illegal);
   ASSERT_EQ(putBinary(&pool, n, "ab", 2), FERR_OK);
   EXPECT_EQ(read(getUint32, n) + read(getTimestamp, n), illegal + illegal);
-  ASSERT_EQ(putDate(&pool, n, FlmDate{2000, 1, 1}), FERR_OK);
-  EXPECT_EQ(read(getTimestamp, n) + read(getInt32, n), illegal + illegal);
   ASSERT_EQ(putInt(&pool, n, 5), FERR_OK);
   EXPECT_EQ(read(getRecPtr, n) + read(getReal, n), illegal + illegal);
 }
@@ -700,11 +526,10 @@ TEST(FlmPath, BuildJoinsThePartsAndRefusesWhatDoesNotFit) {
 // Error names
 
 TEST(FlmErrors, NamesOfKnownAndUnknownCodes) {
+  // Some of each range, and the one outside them.
   const std::pair<RCODE, const char*> known[] = {
-      {FERR_OK, "OK"}, {0xC037, "MEM"}, {0xC209, "IO_PATH_NOT_FOUND"}, {FERR_BOF_HIT, "BOF_HIT"},
-      {FERR_BAD_DATA_LENGTH, "BAD_DATA_LENGTH"}, {FERR_SETTING_FILE_INFO, "SETTING_FILE_INFO"},
-      {FERR_NICI_CONTEXT, "NICI_CONTEXT"}, {FERR_PASSWD_INVALID, "PASSWD_INVALID"},
-      {FERR_BT_END_OF_DATA, "BT_END_OF_DATA"}};
+      {FERR_OK, "OK"}, {FERR_BOF_HIT, "BOF_HIT"}, {0xC209, "IO_PATH_NOT_FOUND"},
+      {FERR_NICI_CONTEXT, "NICI_CONTEXT"}, {FERR_BT_END_OF_DATA, "BT_END_OF_DATA"}};
   for (const auto& [code, name] : known) EXPECT_STREQ(errorName(code), name);
   for (RCODE unknown : {0xC023u, 0xC058u, 0xC1FFu, 0x1234u, 0xABCDEF01u}) {
     char hex[16];

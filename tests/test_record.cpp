@@ -210,16 +210,14 @@ TEST_F(Sample, FindFieldByStartAreaAndOccurrence) {
       {"a2", kA, 2, fsCurrent, faForest, nullptr},   {"a2", kB, 1, fsCurrent, faForest, "b2"},
       {"a1", kA, 1, fsCurrent, faNextSiblings, "a2"}, {"a1", kB, 2, fsCurrent, faNextSiblings, "b2"},
       {"a1", kB, 0, fsCurrent, faNextSiblings, "b1"}, {"a1", kB, -3, fsCurrent, faNextSiblings, "b1"},
-      {"a1", kC, 1, fsCurrent, faNextSiblings, nullptr}, {"a1", kB, 3, fsCurrent, faNextSiblings, nullptr},
-      {"b2", kA, 1, fsCurrent, faPrevSiblings, "a2"}, {"b2", kA, 2, fsCurrent, faPrevSiblings, "a1"},
+      {"a1", kB, 3, fsCurrent, faNextSiblings, nullptr},
+      {"b2", kA, 2, fsCurrent, faPrevSiblings, "a1"},
       {"c3", kC, 1, fsParent, faSubtree, "c3"},      {"#1", kB, 1, fsChild, faNextSiblings, "b1"},
       {"a1", kA, 1, fsNextSibling, faNextSiblings, "a2"}, {"b1", kC, 2, fsPrevSibling, faSubtree, "c2"},
       // Value 4 searches the subtree when finding.
       {"a1", kB, 1, fsCurrent, faAllSiblings, nullptr}, {"a1", kC, 2, fsCurrent, faAllSiblings, "c2"},
-      {"#1", kRoot, 1, fsParent, faSubtree, nullptr}, {"b2", kB, 1, fsNextSibling, faSubtree, nullptr},
-      {"b2", kB, 1, fsChild, faSubtree, nullptr},
+      {"#1", kRoot, 1, fsParent, faSubtree, nullptr}, {"b2", kB, 1, fsChild, faSubtree, nullptr},
       {"b2", kB, 1, static_cast<eFindStart>(6), faSubtree, nullptr},
-      {"b2", kB, 1, fsRoot, static_cast<eFindArea>(5), nullptr},
       {"b2", kB, 1, fsRoot, static_cast<eFindArea>(-1), nullptr},
   };
   for (const Case& c : cases) {
@@ -247,7 +245,6 @@ TEST_F(Sample, GetFieldCountByArea) {
       {"a1", kA, fsCurrent, faPrevSiblings, 0}, {"b2", kA, fsCurrent, faPrevSiblings, 2},
       // Value 4 counts the whole sibling row, the start included.
       {"a1", kB, fsCurrent, faAllSiblings, 2}, {"a1", kA, fsCurrent, faAllSiblings, 2},
-      {"a1", kC, fsCurrent, faAllSiblings, 0}, {"b2", kA, fsCurrent, faAllSiblings, 2},
       {"c2", kC, fsCurrent, faAllSiblings, 2}, {"#1", kA, fsChild, faAllSiblings, 2},
       {"#1", kA, fsParent, faSubtree, 0},      {"#1", kA, static_cast<eFindStart>(9), faSubtree, 0},
       {"#1", kA, fsRoot, static_cast<eFindArea>(7), 0},
@@ -402,12 +399,8 @@ TEST(RecordValues, NumbersTheirLimitsAndTheRawPutCode) {
   // Numeric puts answer 0 for success.
   EXPECT_EQ(r.Put(uint32_t{0xFFFFFFFF}), 0);
   EXPECT_EQ(got<uint32_t>(r) + " " + got<int32_t>(r), "4294967295 CONV_NUM_OVERFLOW");
-  EXPECT_EQ(r.Put(int32_t{-2}), 0);
-  EXPECT_EQ(got<short>(r) + " " + got<unsigned short>(r), "-2 CONV_NUM_UNDERFLOW");
-  EXPECT_EQ(r.Put(static_cast<unsigned short>(40000)), 0);
-  EXPECT_EQ(got<unsigned short>(r) + " " + got<short>(r), "40000 CONV_NUM_OVERFLOW");
   EXPECT_EQ(r.Put(static_cast<short>(-32768)), 0);
-  EXPECT_EQ(got<short>(r), "-32768");
+  EXPECT_EQ(got<short>(r) + " " + got<unsigned short>(r), "-32768 CONV_NUM_UNDERFLOW");
   ASSERT_EQ(r.Put("12a"), 1);
   EXPECT_EQ(got<uint32_t>(r), "CONV_BAD_DIGIT");
 
@@ -473,47 +466,27 @@ TEST(RecordValues, FindGetReadsAndPutsTheCurrentFieldBack) {
   EXPECT_EQ(r.GetCurrentField(), root) << "every find-and-get puts the current field back";
 }
 
-TEST(RecordSource, FreshRecordsHaveNoSource) {
-  FlmRecord r(kRoot, 256);
-  EXPECT_EQ(sourceOf(r), Place(nullptr, 32001, 0, 0));
-  EXPECT_EQ(placeOf(r), Place(nullptr, 32001, 0, 0));
-  FlmRecord empty(kNoTag, 256);
-  empty.SetSource(&r, 5, 5, 5);
-  EXPECT_EQ(empty.GetFlmError().GetError(), flm::FERR_NULL_RECORD);
-}
-
 TEST_F(Sample, SetSourceBindsTheRoot) {
+  EXPECT_EQ(sourceOf(rec), Place(nullptr, 32001, 0, 0));
   int database = 0;
   ASSERT_EQ(rec.Put("root text"), 1);
+  void* oldRoot = rec.GetCurrentField();
   rec.SetSource(&database, 100, 3, 77);
   EXPECT_EQ(placeOf(rec), Place(&database, 100, 3, 77));
   EXPECT_EQ(rec.GetCurrentField(), rootOf(rec)) << "the bound root is current";
   EXPECT_EQ(here(rec), "root text");
+  // The bound root takes the old one's place only through its own links: the
+  // children still lead back to the old root.
+  ASSERT_EQ(rec.GotoChild() + rec.GotoParent(), 2);
+  EXPECT_EQ(rec.GetCurrentField(), oldRoot);
 
   goTo(rec, "b1");
   rec.SetSource(FlmContext(nullptr, 200, 4), 0);  // 0 keeps the root's own number
   EXPECT_EQ(placeOf(rec), Place(nullptr, 200, 4, 77));
   EXPECT_EQ(here(rec), "b1");
-}
-
-// The bound root takes the old one's place only through its own links: the
-// children still lead back to the old root.
-TEST_F(Sample, AfterSetSourceTheChildrensParentIsTheOldRoot) {
-  ASSERT_EQ(rec.Put("r"), 1);
-  void* oldRoot = rec.GetCurrentField();
-  int database = 0;
-  rec.SetSource(&database, 100, 0, 12);
-  void* newRoot = rec.GetCurrentField();
-  ASSERT_NE(newRoot, oldRoot);
-  ASSERT_EQ(rec.GotoChild(), 1);
-  ASSERT_EQ(rec.GotoParent(), 1);
-  EXPECT_EQ(rec.GetCurrentField(), oldRoot);
-  EXPECT_EQ(here(rec), "r") << "same tag and value";
-  EXPECT_FALSE(flm::nodeHasSource(static_cast<node*>(rec.GetCurrentField())));
-  EXPECT_EQ(rec.GetID(), 12u);
-  rec.GotoRoot();
-  EXPECT_EQ(rec.GetCurrentField(), newRoot);
-  EXPECT_EQ(shape(rec), "0:1=r 1:10=a1 2:12=c1 2:12=c2 1:11=b1 1:10=a2 2:13=d1 3:12=c3 1:11=b2");
+  FlmRecord empty(kNoTag, 256);
+  empty.SetSource(&rec, 5, 5, 5);
+  EXPECT_EQ(empty.GetFlmError().GetError(), flm::FERR_NULL_RECORD);
 }
 
 TEST_F(Sample, CopiesAreDeepAndIndependent) {
@@ -724,11 +697,6 @@ TEST_F(RecordStore, CursorReadsBindToTheCursorsContext) {
   ASSERT_EQ(r.CursorLast(joining), 0u);
   EXPECT_EQ(shape(r), "0:1 1:10=three 1:20");
   EXPECT_EQ(placeOf(r), Place(db, kOthers, 4, 3));
-  // (Without a place of its own it leaves the record where the engine found
-  // it: test_cursor's ContextSetsJoinPlaces.)
-
-  ASSERT_EQ(flm::Session::closeDatabase(&db), flm::FERR_OK);
-  EXPECT_EQ(r.CursorFirst(cursor), uint32_t{flm::FERR_BAD_HDL}) << "database closed";
   cursor.Free();
   EXPECT_EQ(r.CursorFirst(cursor), uint32_t{flm::FERR_BAD_HDL}) << "no engine cursor";
   EXPECT_EQ(shape(r), "<empty>");

@@ -15,7 +15,6 @@
 #include <utility>
 #include <vector>
 
-#include "engine/Layout.h"
 #include "engine/build/DatabaseDump.h"
 #include "engine/build/RecordDumpLoader.h"
 #include "flm/Database.h"
@@ -271,25 +270,10 @@ TEST_F(DumpStore, NamesLongerThanTheWorkingLine) {
 
 TEST(RecordDump, WithoutANameTableFieldsShowTheirTags) {
   FlmRecord r(kEntry, 256);
-  buildEveryType(r);
-  const std::string expected =
-      "0 TAG_1\r\n"
-      "  1 TAG_2 plain\r\n"
-      "  1 TAG_2 \"\"quoted\"\"\r\n"
-      "  1 TAG_2 \"\"\"\r\n"
-      "  1 TAG_2\r\n"
-      "  1 TAG_3 4294967295\r\n"
-      "  1 TAG_4 [-binary-]\r\n"
-      "  1 TAG_5 @77@\r\n"
-      "  1 TAG_5\r\n"
-      "  1 TAG_6 2.5\r\n"
-      "  1 TAG_7 1998-03-01\r\n"
-      "  1 TAG_8 9:05:07.03\r\n"
-      "  1 TAG_9 2024-12-31 23:59:58.99\r\n"
-      "  1 TAG_50 x\r\n"
-      "  1 TAG_10\r\n"
-      "    2 TAG_10 caf\xC3\xA9\r\n"
-      "      3 TAG_2 deep\r\n";
+  addText(r, kTitle, "plain");
+  add(r, kNested);
+  addText(r, kUnnamed, "x", fsCurrent);
+  const std::string expected = "0 TAG_1\r\n  1 TAG_2 plain\r\n  1 TAG_10\r\n    2 TAG_50 x\r\n";
   EXPECT_EQ(dump(r), expected);
   EXPECT_EQ(r.GetFlmError().GetError(), 0);
   EXPECT_EQ(formatted(rootOf(r), 1, nullptr), expected);
@@ -337,23 +321,6 @@ TEST(RecordDump, UnreadableValuesShowTheirErrorAndTheDumpGoesOn) {
   addText(words, kTitle, "words");
   EXPECT_EQ(formatted(rootOf(words), 1, nullptr, nullptr, 1252),
             "0 TAG_1\r\n  1 TAG_2    # Error: CONV_ILLEGAL\r\n");
-}
-
-TEST(RecordDump, DeepNestingIndentsTwoSpacesALevel) {
-  FlmRecord r(kEntry, 256);
-  for (int level = 1; level <= 230; ++level) add(r, kNested, fsCurrent);
-  ASSERT_EQ(r.Put("bottom"), 1);
-  std::string text = dump(r);
-  size_t start = 0;
-  for (unsigned level = 0; level <= 230; ++level) {
-    size_t end = text.find("\r\n", start);
-    ASSERT_NE(end, std::string::npos) << level;
-    std::string expected = std::string(level * 2, ' ') + std::to_string(level) + " TAG_" +
-                           (level ? "10" : "1") + (level == 230 ? " bottom" : "");
-    ASSERT_EQ(text.substr(start, end - start), expected) << level;
-    start = end + 2;
-  }
-  EXPECT_EQ(start, text.size());
 }
 
 TEST(RecordDump, LongAndWideText) {
@@ -575,80 +542,6 @@ TEST_F(DumpLoad, TheDeepestLevelLoadsAndDumps) {
   EXPECT_EQ(dumpOf(db), withCrLf(text));
 }
 
-// ---------------------------------------------------------------------------
-// Round trips of the multilingual database
-
-TEST_F(DumpLoad, MultilingualRecordsComeBackAsThemselves) {
-  using namespace layout;
-  const char* const text =
-      "STORE 0 CONTAINER 32001\n"
-      "0 @12@ VERSION_RECORD\n"
-      "  1 PART_OF_SPEECH 1.3\n"
-      "0 @28@ DATABASE_RECORD\n"
-      "0 @61@ SITE\n"
-      "  1 SITE_NAME Test site\n"
-      "  1 SITE_LANGUAGE en\n"
-      "STORE 96 CONTAINER 32001\n"
-      "0 RELATION_DEFINITION\n"
-      "  1 RELATION 8\n"
-      "  1 CODE has_hyperonym\n"
-      "0 RELATION_DEFINITION\n"
-      "  1 RELATION -3\n"
-      "STORE 96 CONTAINER 360\n"
-      "0 USAGE_LABEL_DEFINITION\n"
-      "  1 USAGE_LABEL 2\n"
-      "STORE 100 CONTAINER 212\n"
-      "0 USAGE_LABEL_DEFINITION\n"
-      "  1 USAGE_LABEL -2\n"
-      "STORE 100 CONTAINER 200\n"
-      "0 @1@ CONCEPT\n"
-      "  1 TYPE 1\n"
-      "STORE 100 CONTAINER 32001\n"
-      "0 VARIANT\n"
-      "  1 CONCEPT @1@\n"
-      "  1 LITERAL dog\n"
-      "  1 SENSE -1\n"
-      "  1 USAGE_LABELS\n"
-      "    2 USAGE_LABEL -2\n"
-      "  1 EXAMPLES\n"
-      "    2 EXAMPLE \"\"a dog\" barked\n"
-      "STORE 100 CONTAINER 202\n"
-      "0 CONCEPT_LINK\n"
-      "  1 SOURCE_CONCEPT @1@\n"
-      "  1 TARGET_CONCEPT @1@\n"
-      "    2 VARIANT 17\n"
-      "STORE 98 CONTAINER 32001\n"
-      "0 ILI_RECORD\n"
-      "  1 WORDNET_OFFSET 2084071\n"
-      "  1 ADD_ON_ID -2147483648\n";
-  flm::Database* first = fresh(polylexDictionary());
-  load(first, text);
-  const std::string dumped = dumpOf(first);
-  const std::string head =
-      "STORE 0 CONTAINER 32001\r\n0 @12@ VERSION_RECORD\r\n  1 PART_OF_SPEECH 1.3\r\n";
-  EXPECT_EQ(dumped.substr(0, head.size()), head);
-  EXPECT_NE(dumped.find("STORE 96 CONTAINER 360\r\n0 @1@ USAGE_LABEL_DEFINITION\r\n"
-                        "  1 USAGE_LABEL 2\r\nSTORE 96 CONTAINER 32001\r\n"),
-            std::string::npos);
-  EXPECT_NE(dumped.find("  1 SENSE -1\r\n"), std::string::npos);
-
-  flm::Database* second = fresh(polylexDictionary());
-  load(second, dumped);
-  EXPECT_EQ(dumpOf(second), dumped);
-
-  EXPECT_EQ(Stored(second, kDatabaseStore, layout::kData, kVersionRecord).text(kPos), u"1.3");
-  Stored variant(second, kFirstLanguageStore, layout::kData, 1);
-  EXPECT_EQ(read(flm::getInt16, variant.field(kSense)), "-1");
-  EXPECT_EQ(variant.number(kUsageLabel), "-2");
-  EXPECT_EQ(variant.text(kExample), u"\"a dog\" barked");
-  EXPECT_EQ(Stored(second, kSystemStore, layout::kData, 2).number(kRelation), "-3");
-  Stored link(second, kFirstLanguageStore, kConceptLinks, 1);
-  EXPECT_EQ(link.type(kVariant), flm::FLM_NUMBER_TYPE) << "a number where a pointer is declared";
-  EXPECT_EQ(link.number(kVariant), "17");
-  EXPECT_EQ(read(flm::getInt32, Stored(second, kIliStore, layout::kData, 1).field(kAddOnId)),
-            "-2147483648");
-}
-
 TEST_F(DumpLoad, DumpRefusesTextThatWouldNotReadBack) {
   for (const char* bad : {"two\nlines", "   # Error: MEM"}) {
     flm::Database* db = fresh(everyType());
@@ -687,7 +580,6 @@ TEST_F(DumpLoad, EveryErrorNamesItsLineAndLeavesNothingBehind) {
   };
   const Case cases[] = {
       {"  1 nosuch x\n", flm::FERR_BAD_FIELD_NUM, "t:6: unknown field name 'nosuch'"},
-      {"  1 TAG_65536 x\n", flm::FERR_BAD_FIELD_NUM, "t:6: unknown field name 'TAG_65536'"},
       {"  1 title\n    3 title x\n", flm::FERR_GED_SKIP_LEVEL,
        "t:7: level 3 skips a level after level 1"},
       {"STORE 0 CONTAINER 7\n  1 title x\n", flm::FERR_GED_SKIP_LEVEL,
@@ -701,25 +593,18 @@ TEST_F(DumpLoad, EveryErrorNamesItsLineAndLeavesNothingBehind) {
        "t:6: bad number (past 64 bits) '9223372036854775808' for count"},
       {"  1 link @4294967296@\n", flm::FERR_GED_BAD_VALUE,
        "t:6: bad record pointer (past 32 bits) '@4294967296@' for link"},
-      {"  1 TAG_60 @4294967296@\n", flm::FERR_GED_BAD_VALUE,
-       "t:6: bad record pointer (past 32 bits) '@4294967296@' for TAG_60"},
       {"  1 day 2024-256-01\n", flm::FERR_GED_BAD_VALUE, "t:6: bad date '2024-256-01' for day"},
-      {"  1 clock 9:05:07.300\n", flm::FERR_GED_BAD_VALUE, "t:6: bad time '9:05:07.300' for clock"},
       {"  1 stamp 65536-01-01 1:00:00.00\n", flm::FERR_GED_BAD_VALUE,
        "t:6: bad timestamp '65536-01-01 1:00:00.00' for stamp"},
       {"  1 count    # Error: CONV_NUM_UNDERFLOW\n", flm::FERR_GED_BAD_VALUE,
        "t:6: the dump could not read this value (CONV_NUM_UNDERFLOW)"},
       {"0 @0@ entry\n", flm::FERR_GED_BAD_RECID, "t:6: bad record number '@0@' (1 to 4294967294)"},
-      {"0 @4294967295@ entry\n", flm::FERR_GED_BAD_RECID,
-       "t:6: bad record number '@4294967295@' (1 to 4294967294)"},
       {"0 @7@entry\n", flm::FERR_SYNTAX,
        "t:6: expected a space and a field name after the record number"},
       {"  1 @7@ title\n", flm::FERR_GED_BAD_RECID,
        "t:6: only a level-0 line carries a record number"},
       {"0 @20@ entry again\n", flm::FERR_EXISTS,
        "t:6: record @20@ is already in store 0 container 32001"},
-      {"\n0 @1@ entry\n", flm::FERR_EXISTS,
-       "t:7: record @1@ is already in store 0 container 32001"},
       {"STORE 0 CONTAINER\n", flm::FERR_SYNTAX,
        "t:6: expected STORE <n> CONTAINER <n>, found 'STORE 0 CONTAINER'"},
       {"STORE 32768 CONTAINER 7\n", flm::FERR_INVALID_PARM,
