@@ -62,6 +62,7 @@ RCODE Cursor::free(Cursor** cursor) {
 
 void Cursor::invalidate() {
   parsedCurrent_ = false;
+  question_.clear();
   forgetResults();
 }
 
@@ -226,9 +227,9 @@ AnswerCache* Cursor::answerCache() const {
 // that there is an entry at all tells that the criteria parse. Members are
 // laid out one by one, never as whole structs, whose padding would make
 // equal questions differ.
-std::string_view Cursor::question() const {
-  thread_local std::string questionText;
-  std::string& text = questionText;
+std::string_view Cursor::question() {
+  if (!question_.empty()) return question_;
+  std::string& text = question_;
   size_t longest = 64 + kMaxSets * 8;
   for (const Piece& p : pieces_) longest += 32 + 2 * (p.path.size() + p.value.text.size());
   text.resize(longest);
@@ -307,7 +308,7 @@ bool Cursor::lookUpAnswers() {
   return true;
 }
 
-void Cursor::keepAnswer() const {
+void Cursor::keepAnswer() {
   AnswerCache* answers = answerCache();
   // A long list would push many short ones out for one question.
   if (!answers || results_.size() > kLongestKeptAnswer) return;

@@ -13,6 +13,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -82,10 +83,11 @@ class Cursor {
   // Takes the answer kept from an earlier run of the same query asked the
   // same way, if any; true when any answer of these criteria is kept.
   bool lookUpAnswers();
-  void keepAnswer() const;
+  void keepAnswer();
   void prefetchResults() const;
   AnswerCache* answerCache() const;
-  std::string_view question() const;
+  // Made once for criteria and sets as they stand.
+  std::string_view question();
   // Criteria changed: they must be parsed and run again.
   void invalidate();
   // Only how they run changed: the parse still holds.
@@ -96,6 +98,7 @@ class Cursor {
   Source own_;
   std::array<std::optional<Source>, 9> sets_;  // [0] unused; 1..8 context sets
   std::vector<Piece> pieces_;
+  std::string question_;  // empty until asked for
   ParsedCriteria parsed_;
   bool parsedCurrent_ = false;
   RCODE parseError_ = FERR_OK;
