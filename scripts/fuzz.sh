@@ -34,7 +34,7 @@ max_len() {
 
 configure_and_build() {
   cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-    -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -DCORVID5_FUZZ=ON \
+    -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -DCORVID5_FUZZ=ON -DCORVID5_WERROR=ON \
     -DCORVID5_BUILD_TESTS=OFF -DCORVID5_BUILD_BENCH=OFF >/dev/null
   cmake --build "$build" -j "$(nproc)"
 }
