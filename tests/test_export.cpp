@@ -55,8 +55,9 @@ STORE 98 CONTAINER 32001
 )";
 
 // Meaning 1 ("dog") has every kind of variant field, every kind of link
-// target and every kind of equivalence target; 2 and 42 are link targets,
-// 3 an instance, 4 a meaning without part of speech.
+// target (link 205 has no target field at all) and every kind of
+// equivalence target; 2 and 42 are link targets, 3 an instance, 4 a meaning
+// without part of speech.
 const std::string kMeanings = dumptext::group(100, 200) + dumptext::meaning(1, 1) +
                              dumptext::meaning(2, 1) + dumptext::meaning(42, 1) + R"(0 @3@ CONCEPT
   1 TYPE 2
@@ -129,7 +130,11 @@ STORE 100 CONTAINER 32001
     2 LITERAL puppy
     2 SENSE 3
   1 NON_FACTIVE
-)" + dumptext::conceptLink(204, 99, 1, 42) + dumptext::group(100, 204) +
+)" + dumptext::conceptLink(204, 99, 1, 42) + R"(0 @205@ CONCEPT_LINK
+  1 RELATION 1
+  1 SOURCE_CONCEPT @1@
+  1 NEGATIVE
+)" + dumptext::group(100, 204) +
                              dumptext::eqLink(301, 1, 1, 1) + dumptext::eqLink(303, 5, 1, 3) +
                              R"(0 @302@ EQ_LINK
   1 EQ_RELATION 2
@@ -235,6 +240,8 @@ const std::initializer_list<const char*> kDogRecordLines = {
     "{Cannot convert tag 121, level 2}        4 NON_FACTIVE",
     "    2 RELATION",
     "      3 TARGET_CONCEPT @42@",
+    "    2 RELATION \"antonym\"",
+    "        4 NEGATIVE",
     "  1 EQ_LINKS",
     "    2 EQ_RELATION \"synonym\"",
     "      3 TARGET_ILI @1@",
@@ -307,6 +314,12 @@ const std::initializer_list<const char*> kDogComposedLines = {
     "        4 NON_FACTIVE",
     "    2 RELATION \"\"",
     "      3 TARGET_CONCEPT @42@",
+    "    2 RELATION \"near_antonym\"",
+    "      3 TARGET_CONCEPT",
+    "        4 PART_OF_SPEECH \"?\"",
+    "        4 LITERAL \"\"",
+    "          5 SENSE 0",
+    "        4 NEGATIVE",
     "  1 EQ_LINKS",
     "    2 EQ_RELATION \"eq_synonym\"",
     "      3 TARGET_ILI",
@@ -458,6 +471,20 @@ TEST(RecordExport, AnUnknownValueKindThrowsAfterItsName) {
   meanings::NameLookup names(nullptr);
   EXPECT_EQ(thrown([&] { meanings::writeRecord(out, record, table, names); }).error, errUndefined);
   EXPECT_STREQ(buffer, "  1 ODD");
+}
+
+// A name is read into a buffer of 100 bytes; a longer one writes as empty.
+TEST(RecordExport, ANameLongerThanItsBufferIsWrittenEmpty) {
+  const std::string name(100, 'a');
+  Database db(dumptext::systemTables() + dumptext::group(96, 32001) +
+              "0 @20@ RELATION_DEFINITION\n  1 RELATION 20\n  1 NAME " + name + "\n" +
+              dumptext::group(100, 200) + dumptext::meaning(1, 1) + dumptext::group(100, 202) +
+              dumptext::conceptLink(201, 20, 1, 1));
+  auto c = meaning(db.handle(), 1);
+  EXPECT_EQ(recordText(*c),
+            lines({"0 @1@ WORD_MEANING", "  1 PART_OF_SPEECH \"n\"", "  1 INTERNAL_LINKS",
+                   "    2 RELATION \"\"", "      3 TARGET_CONCEPT @1@"},
+                  "\n"));
 }
 
 // A failure on the way is named at the end of the text so far, and the

@@ -38,6 +38,9 @@ std::string makeDatabase(const testfiles::ScratchDir& dir, const std::string& du
 
 class PolylexTest : public ::testing::Test {
  protected:
+  // A Polylex's destructor may throw, a test's may not; the fixture's own
+  // database is never closed through a copy, so closing it cannot fail.
+  ~PolylexTest() noexcept override = default;
   void open(const std::string& dump) {
     path_ = makeDatabase(dir_, dump);
     polylex_.Open(path_.c_str(), nullptr, 1, 0);
@@ -114,6 +117,21 @@ TEST_F(PolylexTest, FixedRecordsAndVersions) {
   polylex_.Close();
   EXPECT_EQ(polylex_.IsOpen(), 0);
   EXPECT_NO_THROW(polylex_.Close());
+}
+
+// A copy shares the database: closing it leaves the source holding a handle
+// the engine has closed, and the source's destructor, closing that, throws.
+TEST_F(PolylexTest, DestructorPassesOnAFailedClose) {
+  const std::string path = makeDatabase(dir_, fixedRecords());
+  auto* source = new Polylex;
+  source->Open(path.c_str(), nullptr, 1, 0);
+  Polylex copy(*source);
+  copy.Close();
+  EXPECT_EQ(copy.IsOpen(), 0);
+  EXPECT_EQ(source->IsOpen(), 1);
+  const testdb::Thrown t = thrown([&] { delete source; });
+  EXPECT_EQ(t.error, errFlaim);
+  EXPECT_EQ(t.flaim, uint32_t{flm::FERR_BAD_HDL});
 }
 
 TEST_F(PolylexTest, LanguagesAreNamedInEachOther) {
@@ -205,6 +223,10 @@ TEST_F(PolylexTest, RelationsTranslateIdsAndNames) {
   EXPECT_EQ(relations->GetRelationName(9, name, sizeof name), 0);
   EXPECT_EQ(relations->GetRelationName(static_cast<short>(40000), name, sizeof name), 0);
   EXPECT_STREQ(name, "untouched");
+  // A buffer shorter than the name keeps what fitted, unterminated.
+  std::strcpy(name, "untouched");
+  EXPECT_EQ(relations->GetRelationName(8, name, 4), 0);
+  EXPECT_EQ(std::string(name, 10), std::string("hypeuched\0", 10));
 
   // The id of a name, or what the call answered with the id left alone.
   auto idOf = [&](std::string name) {

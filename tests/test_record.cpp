@@ -379,10 +379,19 @@ TEST(RecordValues, WideAndNarrowText) {
   char buffer[16];
   ASSERT_EQ(r.Get(buffer, 10), 1);
   EXPECT_STREQ(buffer, "caf\xC3\xA9 \xE6\xBC\xA2");
-  std::memset(buffer, 'x', sizeof buffer);
-  EXPECT_EQ(r.Get(buffer, 9), 0);
-  EXPECT_EQ(static_cast<uint32_t>(r.GetFlmError()), uint32_t{ERROR_INSUFFICIENT_BUFFER});
-  EXPECT_EQ(buffer[0], '\0') << "left empty, not holding an unterminated part";
+  // Too small: what fitted stays, unterminated; a character that does not
+  // fit whole is left out.
+  const struct {
+    unsigned short size;
+    std::string kept;
+  } tooSmall[] = {{9, "caf\xC3\xA9 \xE6\xBC\xA2"}, {8, "caf\xC3\xA9 "}};
+  for (const auto& t : tooSmall) {
+    std::memset(buffer, 'x', sizeof buffer);
+    EXPECT_EQ(r.Get(buffer, t.size), 0) << t.size;
+    EXPECT_EQ(static_cast<uint32_t>(r.GetFlmError()), uint32_t{ERROR_INSUFFICIENT_BUFFER});
+    EXPECT_EQ(std::string(buffer, t.size + 1u),
+              t.kept + std::string(t.size + 1u - t.kept.size(), 'x'));
+  }
 
   ASSERT_EQ(r.Put("narrow \xC3\xBC"), 1);
   ASSERT_EQ(r.Get(&bstr), 1);

@@ -1,5 +1,6 @@
 // Language wordnets, their dictionary and the relations table on the English
-// database built from WordNet 3.0, and the road a client takes from a word to
+// database built from WordNet 3.0, the dictionaries of a database built from
+// slices of every kind of source, and the road a client takes from a word to
 // the top ontology and back, in English and French, on the database built
 // with the shared wordnets; LeakSanitizer watches that everything handed out
 // is released.
@@ -7,13 +8,17 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "corvid/Library.h"
+#include "support/BuiltDatabase.h"
 #include "support/CachedDatabases.h"
+#include "support/Slices.h"
 #include "support/SmallDatabases.h"
+#include "support/TestFiles.h"
 
 namespace {
 
@@ -25,6 +30,20 @@ std::string lower(std::string text) {
   std::transform(text.begin(), text.end(), text.begin(),
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
   return text;
+}
+
+enum Walk { kForwards, kBackwards };
+
+// The word forms a walk hands out; the entries are released on the way.
+std::vector<std::string> walk(Dictionary& dictionary, Walk direction) {
+  std::vector<std::string> out;
+  DictionaryEntry* entry = nullptr;
+  int more = direction == kForwards ? dictionary.GetFirst(&entry) : dictionary.GetLast(&entry);
+  while (more) {
+    out.push_back(narrow(Owned<DictionaryEntry>(entry)->GetLiteral()));
+    more = direction == kForwards ? dictionary.GetNext(&entry) : dictionary.GetPrevious(&entry);
+  }
+  return out;
 }
 
 class EnglishWordNet : public ::testing::Test {
@@ -46,18 +65,6 @@ class EnglishWordNet : public ::testing::Test {
     if (!polylex_) GTEST_SKIP() << "no English database: WordNet 3.0 files missing";
   }
 
-  enum Walk { kForwards, kBackwards };
-  // The word forms a walk hands out; the entries are released on the way.
-  static std::vector<std::string> walk(Dictionary& dictionary, Walk direction) {
-    std::vector<std::string> out;
-    DictionaryEntry* entry = nullptr;
-    int more = direction == kForwards ? dictionary.GetFirst(&entry) : dictionary.GetLast(&entry);
-    while (more) {
-      out.push_back(narrow(Owned<DictionaryEntry>(entry)->GetLiteral()));
-      more = direction == kForwards ? dictionary.GetNext(&entry) : dictionary.GetPrevious(&entry);
-    }
-    return out;
-  }
   static Owned<Dictionary> dictionary() { return Owned<Dictionary>(english_->GetDictionary()); }
 
   static Polylex* polylex_;
@@ -167,6 +174,74 @@ TEST_F(EnglishWordNet, RelationNamesAndIdsTranslateBothWays) {
   });
   EXPECT_EQ(ids.size(), relations->GetCount());
   EXPECT_TRUE(ids.count(8) && ids.count(10)) << "hyperonym and hyponym are fixed ids";
+}
+
+// ---------------------------------------------------------------------------
+// Dictionaries of every kind of source
+
+// The small database built from slices of WordNet and of the OMW sources.
+// Each language store also holds the words of the index records and of the
+// top concepts; the dictionary lists none of them.
+class SlicedWordNets : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    if (!std::filesystem::exists(testfiles::wordnetDir() + "/data.noun")) return;
+    dir_ = new testfiles::ScratchDir;
+    const std::string path = dir_->file("small.db");
+    built_ = new PolylexBuildResult(slices::buildSmallDatabase(path, dir_->path()));
+    polylex_ = new Polylex;
+    polylex_->Open(path.c_str(), nullptr, 1, 0);
+  }
+  static void TearDownTestSuite() {
+    delete polylex_;
+    delete built_;
+    delete dir_;
+  }
+  void SetUp() override {
+    if (!polylex_) GTEST_SKIP() << "no small database: WordNet 3.0 files missing";
+  }
+
+  struct SourceWords {
+    std::set<std::string> forms;
+    uint64_t senses = 0;
+  };
+  static SourceWords countSource(const std::string& source) {
+    if (source.ends_with(".tab")) {
+      testdb::TabCounts tab = testdb::countTab(source);
+      return {std::move(tab.lemmas), tab.senses};
+    }
+    testdb::WordNetCounts wordnet = testdb::countWordNet(source);
+    return {std::move(wordnet.wordForms), wordnet.wordSenses};
+  }
+
+  static testfiles::ScratchDir* dir_;
+  static PolylexBuildResult* built_;
+  static Polylex* polylex_;
+};
+
+testfiles::ScratchDir* SlicedWordNets::dir_ = nullptr;
+PolylexBuildResult* SlicedWordNets::built_ = nullptr;
+Polylex* SlicedWordNets::polylex_ = nullptr;
+
+TEST_F(SlicedWordNets, DictionaryListsEachWordOfTheSourceOnce) {
+  ASSERT_EQ(built_->languages.size(), slices::omwSources().size() + 1);
+  Owned<LanguageWordNets> wordnets(polylex_->GetLanguageWordNets());
+  for (const PolylexLanguageReport& language : built_->languages) {
+    SCOPED_TRACE(language.source);
+    const SourceWords source = countSource(language.source);
+    ASSERT_FALSE(source.forms.empty());
+    Owned<LanguageWordNet> wordnet(wordnets->GetItem(language.code.c_str()));
+    ASSERT_NE(wordnet, nullptr);
+    Owned<Dictionary> words(wordnet->GetDictionary());
+    // One record per sense, whether or not a filter was ever set.
+    EXPECT_EQ(words->GetCount(), static_cast<int32_t>(source.senses));
+    const std::vector<std::string> walked = walk(*words, kForwards);
+    EXPECT_EQ(std::set<std::string>(walked.begin(), walked.end()), source.forms);
+    EXPECT_EQ(walked.size(), source.forms.size()) << "each word form once";
+    words->SetFilter(nullptr, nullptr, 1);
+    EXPECT_EQ(words->GetCount(), static_cast<int32_t>(source.senses));
+    EXPECT_EQ(walk(*words, kForwards), walked);
+  }
 }
 
 // ---------------------------------------------------------------------------

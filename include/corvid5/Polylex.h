@@ -27,8 +27,9 @@ class CORVID5_API Polylex {
   Polylex();
   Polylex(const Polylex& other) = default;
   Polylex& operator=(const Polylex& other) = default;
-  // Closes the database, and so may throw.
-  virtual ~Polylex();
+  // Closes the database, and so may throw: a failed close reaches the
+  // caller as PLXException.
+  virtual ~Polylex() noexcept(false);
 
   // Throws PLXException: FLAIM's code when the file cannot be opened, error
   // 107 when its layout is older than this library reads. In the second case

@@ -105,7 +105,12 @@ flm::Dictionary polylexDictionary() {
   // anywhere in the record), paths where they name a path: an index narrows
   // exactly the criteria that name its components.
   d.indexes = {
-      {kByLiteral, "BY_LITERAL", kData, {{kVariant, kLiteral}, {kLiteral}}},
+      // The dictionary walks component 2 and, once its criteria are cleared,
+      // component 1: both key the variants alone, so that the words of index
+      // records and top concepts, which share the container, are in neither
+      // walk. Component 3 narrows criteria that name the literal anywhere.
+      {kByLiteral, "BY_LITERAL", kData,
+       {{kVariant, kLiteral}, {kVariant, kLiteral}, {kLiteral}}},
       {kVariantsByConcept, "VARIANTS_BY_CONCEPT", kData, {{kConcept}}},
       {kIliVariantsByRecord, "ILI_VARIANTS_BY_RECORD", kData, {{kIliVariant, kTargetIli}}},
       {kTopConceptVariantsByConcept, "TOP_CONCEPT_VARIANTS_BY_CONCEPT", kData,

@@ -134,7 +134,7 @@ enum Tag : uint16_t {
 
 // Index numbers.
 enum Index : uint16_t {
-  kByLiteral = 251,            // 1: a variant's literal (60/120); 2: any literal (120)
+  kByLiteral = 251,            // 1, 2: a variant's literal (60/120); 3: any literal (120)
   kVariantsByConcept = 252,    // 50
   kIliVariantsByRecord = 254,  // 61/51
   kTopConceptVariantsByConcept = 256,  // 62/52

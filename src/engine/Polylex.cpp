@@ -45,7 +45,7 @@ bool recordExists(void* database, uint32_t recordNumber) {
 
 Polylex::Polylex() : m_Error(0), m_hDatabase(nullptr), m_CreateOptions{}, m_szPath{}, m_nFlags(0) {}
 
-Polylex::~Polylex() { Close(); }
+Polylex::~Polylex() noexcept(false) { Close(); }
 
 void Polylex::Open(const char* path, const char* directory, int readOnly, int exclusive) {
   CorvidEngine* engine = CorvidEngine::GetInstance();

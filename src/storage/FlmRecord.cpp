@@ -426,8 +426,8 @@ int FlmRecord::Get(unsigned short** bstr) {
   return *bstr != nullptr;
 }
 
-// A failed conversion leaves the buffer empty rather than holding the part
-// that fitted, which would not be terminated.
+// A text longer than the buffer leaves in it the part the conversion got to
+// write, with no terminator: callers go by the result.
 int FlmRecord::Get(char* buffer, unsigned short size) {
   if (buffer && size) buffer[0] = '\0';
   if (!m_pCurrent) {
@@ -449,7 +449,6 @@ int FlmRecord::Get(char* buffer, unsigned short size) {
   std::free(text);
   if (written == 0) {
     m_Error = GetLastError();
-    if (buffer && size) buffer[0] = '\0';
     return 0;
   }
   return 1;

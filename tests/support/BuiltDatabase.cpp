@@ -125,9 +125,12 @@ WordNetCounts countWordNet(const std::string& dir) {
       std::set<std::string> lowered;
       for (int i = 0; i < words && fields >> word >> lexId; ++i) {
         word = word.substr(0, word.find('('));
-        std::transform(word.begin(), word.end(), word.begin(),
+        std::string lower = word;
+        std::transform(lower.begin(), lower.end(), lower.begin(),
                        [](unsigned char c) { return std::tolower(c); });
-        lowered.insert(word);
+        if (!lowered.insert(lower).second) continue;
+        std::replace(word.begin(), word.end(), '_', ' ');
+        counts.wordForms.insert(word);
       }
       fields >> pointerCount;
       ++counts.synsets;
@@ -137,6 +140,29 @@ WordNetCounts countWordNet(const std::string& dir) {
                                static_cast<uint32_t>(std::stoul(offset))});
     }
   }
+  return counts;
+}
+
+TabCounts countTab(const std::string& path) {
+  std::ifstream in(path);
+  std::string line;
+  std::getline(in, line);
+  std::string language = line.substr(line.find('\t') + 1);
+  language = language.substr(0, language.find('\t'));
+  std::set<std::pair<std::string, std::string>> pairs;
+  TabCounts counts;
+  while (std::getline(in, line)) {
+    std::vector<std::string> f;
+    std::istringstream fields(line);
+    for (std::string piece; std::getline(fields, piece, '\t');) f.push_back(piece);
+    if (f.size() < 3 || (f[1] != "lemma" && f[1] != language + ":lemma") || f[2] == "GAP!")
+      continue;
+    // A satellite is an adjective of the adjective file.
+    if (f[0].ends_with("-s")) f[0].back() = 'a';
+    counts.lemmas.insert(f[2]);
+    pairs.insert({f[0], f[2]});
+  }
+  counts.senses = pairs.size();
   return counts;
 }
 

@@ -69,8 +69,20 @@ struct WordNetCounts {
   uint64_t wordSenses = 0;
   uint64_t pointers = 0;
   std::set<std::pair<char, uint32_t>> synsetIds;  // data file letter (n v a r), offset
+  // The senses' words as people read them: blanks for underscores, without
+  // an adjective's position marker, spelt as the synset first spells them.
+  std::set<std::string> wordForms;
 };
 WordNetCounts countWordNet(const std::string& dir);
+
+// An OMW tab file's lemma lines counted plainly: the distinct lemmas, and
+// the distinct (synset, lemma) pairs. The lemma that marks a meaning without
+// a word is none. Every synset counts, whether WordNet has it or not.
+struct TabCounts {
+  std::set<std::string> lemmas;
+  uint64_t senses = 0;
+};
+TabCounts countTab(const std::string& path);
 
 }  // namespace testdb
 

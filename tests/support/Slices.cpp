@@ -1,7 +1,5 @@
 #include "support/Slices.h"
 
-#include <corvid5/PolylexBuilder.h>
-
 #include <cstdio>
 #include <filesystem>
 #include <set>
@@ -180,7 +178,7 @@ std::vector<std::string> omwSources() {
           "omw/arb/wn-data-arb.tab", "omw/dan/wn-data-dan.tab"};
 }
 
-void buildSmallDatabase(const std::string& path, const std::string& workDir) {
+PolylexBuildResult buildSmallDatabase(const std::string& path, const std::string& workDir) {
   PolylexBuildOptions options;
   options.output = path;
   options.force = true;
@@ -194,6 +192,7 @@ void buildSmallDatabase(const std::string& path, const std::string& workDir) {
   options.omwDirs = {workDir + "/omw"};
   const PolylexBuildResult result = PolylexBuilder::Build(options);
   if (!result.ok) throw std::runtime_error("cannot build the small database: " + result.error);
+  return result;
 }
 
 }  // namespace slices

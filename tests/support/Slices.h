@@ -5,6 +5,8 @@
 #ifndef CORVID5_TESTS_SLICES_H
 #define CORVID5_TESTS_SLICES_H
 
+#include <corvid5/PolylexBuilder.h>
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -51,9 +53,10 @@ void writeWordNet(const std::string& dir, const std::vector<std::string>& files)
 std::vector<std::string> omwSources();
 
 // Builds the slices of WordNet and of every OMW source into a database at
-// `path`, using `workDir` for the sliced files. Throws std::runtime_error
+// `path`, using `workDir` for the sliced files, and answers what the build
+// made of each source (its file in `workDir`). Throws std::runtime_error
 // with the builder's message when it fails.
-void buildSmallDatabase(const std::string& path, const std::string& workDir);
+PolylexBuildResult buildSmallDatabase(const std::string& path, const std::string& workDir);
 
 }  // namespace slices
 

@@ -80,8 +80,14 @@ namespace testdb {
 
 std::string narrow(unsigned short* text) {
   if (!text) return "<null>";
+  int units = 0;
+  while (text[units]) ++units;
   std::string out;
-  for (unsigned short* p = text; *p; ++p) out.push_back(static_cast<char>(*p));
+  if (units > 0) {
+    const int size = WideCharToMultiByte(CP_UTF8, 0, text, units, nullptr, 0, nullptr, nullptr);
+    out.resize(static_cast<size_t>(size > 0 ? size : 0));
+    WideCharToMultiByte(CP_UTF8, 0, text, units, out.data(), size, nullptr, nullptr);
+  }
   SysFreeString(text);
   return out;
 }

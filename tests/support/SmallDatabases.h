@@ -32,8 +32,8 @@ std::string eqLink(uint32_t id, int relation, uint32_t meaning, uint32_t ili);
 
 namespace testdb {
 
-// A library string's characters (ASCII in the tests), released; "<null>"
-// for none.
+// A library string's characters up to its first NUL, in UTF-8, released;
+// "<null>" for none.
 std::string narrow(unsigned short* text);
 
 struct CommandRun {

@@ -331,8 +331,12 @@ void ConceptExporter::WriteLink(FlmRecord& link, std::u16string& text) {
 
 void ConceptExporter::WriteTarget(FlmRecord& link, std::u16string& text) {
   KeepCurrent keep(link);
-  // A link without a target field says nothing of its target.
-  if (!link.FindField(kTargetConcept, 1, fsRoot, faSubtree)) return;
+  // Without a target field there is no target meaning either: the target is
+  // told in the link itself, where nothing tells it.
+  if (!link.FindField(kTargetConcept, 1, fsRoot, faSubtree)) {
+    targetLines(text, kNoPos, u"", 0);
+    return;
+  }
   void* target = link.GetCurrentField();
   uint32_t meaning = 0;
   if (!link.Get(&meaning) || meaning == 0) {

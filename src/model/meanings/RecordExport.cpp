@@ -232,8 +232,10 @@ bool NameLookup::Find(uint8_t kind, int32_t id, std::string* name) {
       FlmRecord record(kNoRoot, kPoolBlock);
       if (cursor.ReadFirst(record)) {
         char text[kNameSize] = "";
-        record.FindGetString(text, kNameSize, kName, 1, fsRoot, faSubtree);
-        found = text;
+        // A name too long for the buffer reads as an empty one.
+        const unsigned short length =
+            record.FindGetString(text, kNameSize, kName, 1, fsRoot, faSubtree);
+        found = std::string(text, length);
       }
     }
     known = known_.emplace(key, found).first;
