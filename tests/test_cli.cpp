@@ -539,6 +539,70 @@ TEST_F(SmallDatabase, DumpByCriteriaRelationsAndTheOntology) {
             "nouns denoting communicative processes and contents");
 }
 
+// ------------------------------------------------ hostile input ----
+
+// A top ontology that is one chain: each concept the one sub of the concept
+// before it.
+std::string chainDump(uint32_t depth) {
+  using namespace dumptext;
+  std::string d = fixedRecords() + languages() + systemTables() + group(98, 310);
+  for (uint32_t id = 1; id <= depth; ++id) {
+    d += "0 @" + std::to_string(id) + "@ TOP_CONCEPT\n  1 GLOSS level " + std::to_string(id) +
+         "\n  1 ONTOLOGY_LINKS\n";
+    if (id > 1) d += "    2 SUPER_CONCEPT @" + std::to_string(id - 1) + "@\n";
+    if (id < depth) d += "    2 SUB_CONCEPT @" + std::to_string(id + 1) + "@\n";
+  }
+  return d;
+}
+
+// The text and the document the ontology command prints for chainDump(depth).
+std::string chainText(uint32_t depth) {
+  std::string text;
+  for (uint32_t level = 0; level < depth; ++level) {
+    const std::string id = std::to_string(level + 1);
+    text += std::string(2 * level, ' ') + "@" + id + "@ -- level " + id + "\n";
+  }
+  return text;
+}
+
+std::string chainJson(uint32_t depth) {
+  std::string json = "{\"concepts\":";
+  for (uint32_t id = 1; id <= depth; ++id)
+    json += "[{\"id\":" + std::to_string(id) + ",\"names\":[],\"gloss\":\"level " +
+            std::to_string(id) + "\",\"subs\":";
+  json += "[]";
+  for (uint32_t id = 1; id <= depth; ++id) json += "}]";
+  return json + "}\n";
+}
+
+// The tree is walked without a stack frame per level. The document of a
+// 100,000-deep chain overflowed the whole stack of a process; the text of
+// one is quadratic in its depth (ten gigabytes of indentation), so the text
+// is shown a shallower chain on a stack of 256 KiB, which 2,000 levels
+// overflowed.
+TEST(CorvidHostileInput, OntologyOfAnyDepthIsPrintedWhole) {
+  testfiles::ScratchDir dir;
+  const struct {
+    uint32_t depth;
+    bool json;
+    size_t stack;  // 0: the stack the test has
+  } cases[] = {{100000, true, 0}, {3000, false, 256 * 1024}, {3000, true, 256 * 1024}};
+  std::map<uint32_t, std::string> databases;
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::to_string(c.depth) + (c.json ? " --json" : ""));
+    std::string& path = databases[c.depth];
+    if (path.empty()) path = makeDatabase(dir, chainDump(c.depth), std::to_string(c.depth) + ".db");
+    std::vector<std::string> args{"--db", path, "ontology"};
+    if (c.json) args.push_back("--json");
+    const CommandRun printed = corvid(args, "", "", c.stack);
+    EXPECT_EQ(printed.status, 0) << printed.err;
+    EXPECT_EQ(printed.err, "");
+    const std::string expected = c.json ? chainJson(c.depth) : chainText(c.depth);
+    // Not compared with EXPECT_EQ: a mismatch would print megabytes.
+    EXPECT_TRUE(printed.out == expected) << printed.out.size() << " bytes, not " << expected.size();
+  }
+}
+
 // ------------------------------------------- usage and databases ----
 
 TEST(CorvidUsage, WrongUsageGivesTheUsageLineAndStatusTwo) {
