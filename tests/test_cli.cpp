@@ -47,13 +47,21 @@ struct Json {
   }
 };
 
+// Well-formed UTF-8: each character in its shortest form, no surrogates,
+// nothing past U+10FFFF.
 bool validUtf8(const std::string& s) {
+  static const uint32_t kShortest[] = {0, 0, 0x80, 0x800, 0x10000};
   for (size_t i = 0; i < s.size();) {
     const unsigned char c = static_cast<unsigned char>(s[i]);
     const size_t n = c < 0x80 ? 1 : (c >> 5) == 6 ? 2 : (c >> 4) == 14 ? 3 : (c >> 3) == 30 ? 4 : 0;
     if (n == 0 || i + n > s.size()) return false;
-    for (size_t k = 1; k < n; ++k)
-      if ((static_cast<unsigned char>(s[i + k]) & 0xC0) != 0x80) return false;
+    uint32_t code = n == 1 ? c : c & (0x7Fu >> n);
+    for (size_t k = 1; k < n; ++k) {
+      const unsigned char next = static_cast<unsigned char>(s[i + k]);
+      if ((next & 0xC0) != 0x80) return false;
+      code = code << 6 | (next & 0x3Fu);
+    }
+    if (code < kShortest[n] || (code >= 0xD800 && code < 0xE000) || code > 0x10FFFF) return false;
     i += n;
   }
   return true;
@@ -176,7 +184,8 @@ class JsonParser {
 
 TEST(JsonChecker, RefusesWhatIsNotOneJsonDocument) {
   for (const char* bad : {"", "{", "[1,]", "{\"a\" 1}", "\"a\nb\"", "\"\\x\"", "01", "{} {}",
-                          "\"\xC3\"", "\"\\ud800\"", "nul", "[1 2]", "{\"a\":1,}"}) {
+                          "\"\xC3\"", "\"\xC0\xAF\"", "\"\xED\xA0\x80\"", "\"\xF4\x90\x80\x80\"",
+                          "\"\\ud800\"", "nul", "[1 2]", "{\"a\":1,}"}) {
     Json doc;
     EXPECT_FALSE(JsonParser(bad).parse(&doc)) << bad;
   }
@@ -390,6 +399,19 @@ TEST_F(SmallDatabase, TextOutputAndErrorLines) {
       {{"dump", "--store", "100", "--container", "32001", "--criteria", "LITERAL == chat AND"},
        1,
        "malformed criteria"},
+      // The criteria language stops at a bracket, an empty quoted string or an
+      // escape that yields nothing, and would pass over the rest.
+      {{"dump", "--store", "100", "--container", "32001", "--criteria", "(LITERAL == chat)"},
+       1,
+       "end at byte 1, before \"(LITERAL == chat)\""},
+      {{"dump", "--store", "100", "--container", "32001", "--criteria",
+        "LITERAL == '' OR LITERAL == chat"},
+       1,
+       "end at byte 12, before \"'' OR LITERAL == chat\""},
+      {{"dump", "--store", "100", "--container", "32001", "--criteria",
+        "LITERAL == \\x41 OR LITERAL == chat"},
+       1,
+       "end at byte 12, before \"\\x41 OR LITERAL == chat\""},
   };
   for (const Row& r : rows) {
     SCOPED_TRACE(r.args[0] + " " + r.args.back());
@@ -449,6 +471,31 @@ TEST_F(SmallDatabase, LookupFindsEveryMeaningInEveryLanguageOrInThoseNamed) {
   // What the user typed comes back escaped.
   const std::string odd = "tab\there \"quoted\" back\\slash \xC3\xA9t\xC3\xA9";
   EXPECT_EQ(json({"lookup", odd})["word"].text, odd);
+}
+
+// What is not UTF-8 comes back as U+FFFD, one for each ill-formed start,
+// and the document stays UTF-8; well-formed characters pass unchanged.
+TEST_F(SmallDatabase, WordsThatAreNotUtf8ComeBackReplaced) {
+  const std::string r = "\xEF\xBF\xBD";
+  const struct {
+    std::string word, echoed;
+  } words[] = {
+      {"\xFF", r},
+      {"chat\xC3", "chat" + r},                   // cut short at the end
+      {"\xE2\x82" "a\xE2\x82\xAC", r + "a\xE2\x82\xAC"},  // cut short before a character
+      {"\xC0\xAF", r + r},                        // an overlong slash
+      {"\xED\xA0\x80", r + r + r},                // a surrogate
+      {"\xF4\x90\x80\x80", r + r + r + r},        // past U+10FFFF
+      {"\x80\xBF", r + r},                        // continuations alone
+      {"\xF0\x9F\x90\x95 \xC3\xA9", "\xF0\x9F\x90\x95 \xC3\xA9"},
+  };
+  for (const auto& w : words)
+    for (std::vector<std::string> args : {std::vector<std::string>{"lookup", w.word},
+                                          {"translate", w.word, "--from", "en"},
+                                          {"related", w.word, "--lang", "fr"}}) {
+      SCOPED_TRACE(args[0] + " " + w.echoed);
+      EXPECT_EQ(json(args)["word"].text, w.echoed);
+    }
 }
 
 TEST_F(SmallDatabase, TranslationAndRelatedMeanings) {
@@ -518,6 +565,10 @@ TEST_F(SmallDatabase, DumpByCriteriaRelationsAndTheOntology) {
   ASSERT_EQ(chats["records"].items.size(), 2u) << "the variant and the index variant";
   EXPECT_EQ(chats["records"][0]["record"].number, 8);
   EXPECT_EQ(chats["records"][1]["record"].number, 13);
+  EXPECT_EQ(json({"dump", "--store", "100", "--container", "32001", "--criteria",
+                  " LITERAL == 'chat' OR LITERAL == '(x)' \n"})["records"]
+                .items.size(),
+            2u);
   EXPECT_EQ(json({"dump", "--store", "100", "--container", "200", "--criteria", "TYPE == 1",
                   "--limit", "3"})["records"]
                 .items.size(),
@@ -539,6 +590,93 @@ TEST_F(SmallDatabase, DumpByCriteriaRelationsAndTheOntology) {
             "nouns denoting communicative processes and contents");
 }
 
+// ------------------------------------------------ hostile input ----
+
+// A top ontology that is one chain: each concept the one sub of the concept
+// before it.
+std::string chainDump(uint32_t depth) {
+  using namespace dumptext;
+  std::string d = fixedRecords() + languages() + systemTables() + group(98, 310);
+  for (uint32_t id = 1; id <= depth; ++id) {
+    d += "0 @" + std::to_string(id) + "@ TOP_CONCEPT\n  1 GLOSS level " + std::to_string(id) +
+         "\n  1 ONTOLOGY_LINKS\n";
+    if (id > 1) d += "    2 SUPER_CONCEPT @" + std::to_string(id - 1) + "@\n";
+    if (id < depth) d += "    2 SUB_CONCEPT @" + std::to_string(id + 1) + "@\n";
+  }
+  return d;
+}
+
+// The text and the document the ontology command prints for chainDump(depth).
+std::string chainText(uint32_t depth) {
+  std::string text;
+  for (uint32_t level = 0; level < depth; ++level) {
+    const std::string id = std::to_string(level + 1);
+    text += std::string(2 * level, ' ') + "@" + id + "@ -- level " + id + "\n";
+  }
+  return text;
+}
+
+std::string chainJson(uint32_t depth) {
+  std::string json = "{\"concepts\":";
+  for (uint32_t id = 1; id <= depth; ++id)
+    json += "[{\"id\":" + std::to_string(id) + ",\"names\":[],\"gloss\":\"level " +
+            std::to_string(id) + "\",\"subs\":";
+  json += "[]";
+  for (uint32_t id = 1; id <= depth; ++id) json += "}]";
+  return json + "}\n";
+}
+
+// The tree is laid out and printed without a stack frame per level. A chain
+// of 100,000 overflowed the 8 MiB stack of a process (one of 20,000 did under
+// the address sanitizer), but its text is ten gigabytes of indentation and
+// the sanitized run takes minutes; on a stack of 256 KiB, 2,000 levels
+// overflowed both builds.
+TEST(CorvidHostileInput, OntologyOfAnyDepthIsPrintedWhole) {
+  testfiles::ScratchDir dir;
+  const uint32_t depth = 3000;
+  const size_t stack = 256 * 1024;
+  const std::string path = makeDatabase(dir, chainDump(depth));
+  for (bool json : {false, true}) {
+    SCOPED_TRACE(json ? "--json" : "text");
+    std::vector<std::string> args{"--db", path, "ontology"};
+    if (json) args.push_back("--json");
+    const CommandRun printed = corvid(args, "", "", stack);
+    EXPECT_EQ(printed.status, 0) << printed.err;
+    EXPECT_EQ(printed.err, "");
+    const std::string expected = json ? chainJson(depth) : chainText(depth);
+    // Not compared with EXPECT_EQ: a mismatch would print megabytes.
+    EXPECT_TRUE(printed.out == expected) << printed.out.size() << " bytes, not " << expected.size();
+  }
+}
+
+// A record whose dump outgrows the largest buffer the record formatter
+// takes is printed whole, by number and by criteria.
+TEST(CorvidHostileInput, DumpPrintsRecordsOfAnyLengthWhole) {
+  testfiles::ScratchDir dir;
+  std::string definition;
+  while (definition.size() < 70000)
+    definition += "part " + std::to_string(definition.size()) + " of a long definition; ";
+  const std::string path =
+      makeDatabase(dir, dumptext::fixedRecords() + dumptext::group(100, 32001) +
+                            dumptext::variant(1, 1, "long", 1, definition));
+  const std::string record =
+      "0 @1@ VARIANT\n  1 CONCEPT @1@\n    2 PART_OF_SPEECH 1\n  1 LITERAL long\n    2 SENSE 1\n"
+      "  1 DEFINITION " +
+      definition + "\n";
+  for (const std::vector<std::string>& how :
+       {std::vector<std::string>{"--record", "1"}, {"--criteria", "LITERAL == long"}}) {
+    std::vector<std::string> args{"--db", path, "dump", "--store", "100", "--container", "32001"};
+    args.insert(args.end(), how.begin(), how.end());
+    SCOPED_TRACE(how[0]);
+    const CommandRun text = corvid(args);
+    EXPECT_EQ(text.status, 0) << text.err;
+    EXPECT_TRUE(text.out == record) << text.out.size() << " bytes, not " << record.size();
+    args.push_back("--json");
+    const Json doc = document(corvid(args));
+    EXPECT_TRUE(doc["records"][0]["text"].text == record);
+  }
+}
+
 // ------------------------------------------- usage and databases ----
 
 TEST(CorvidUsage, WrongUsageGivesTheUsageLineAndStatusTwo) {
@@ -550,6 +688,12 @@ TEST(CorvidUsage, WrongUsageGivesTheUsageLineAndStatusTwo) {
       {{"frobnicate"}, ""},
       {{"--db"}, ""},
       {{"lookup", "a", "b"}, "lookup WORD"},
+      // An empty word names no word form.
+      {{"lookup", ""}, "lookup WORD"},
+      {{"lookup", "--", ""}, "lookup WORD"},
+      {{"translate", "", "--from", "en"}, "translate WORD --from"},
+      {{"related", "", "--lang", "en"}, "related WORD --lang"},
+      {{"export", "", "--lang", "en"}, "export (WORD | --concept N)"},
       {{"lookup", "dog", "--lang"}, "lookup WORD"},
       {{"lookup", "dog", "--colour"}, "lookup WORD"},
       {{"translate", "dog", "--to", "fr"}, "translate WORD --from"},

@@ -2,6 +2,8 @@
 // escapes, brackets, the buffer limit) and what each token becomes.
 #include <gtest/gtest.h>
 
+#include <corvid5/CriteriaText.h>
+
 #include <cctype>
 #include <cstdint>
 #include <cstring>
@@ -108,6 +110,31 @@ TEST(CriteriaReading, BracketsEndTheCriteriaUnconsumed) {
     EXPECT_EQ(read(std::string(1, bracket) + "abc"), Tokens{}) << bracket;
     EXPECT_EQ(read(std::string("'") + bracket + "'"), Tokens{"q:" + std::string(1, bracket)});
   }
+}
+
+// How far SetCriteria reads: up to the token that ends the criteria, past
+// the white space before it.
+TEST(CriteriaReading, HowMuchOfTheCriteriaIsRead) {
+  const struct {
+    const char* criteria;
+    size_t read;
+  } cases[] = {
+      {"LITERAL == dog", 14},
+      {" LITERAL == dog \t\n", 18},  // white space at the end is read past
+      {"", 0},
+      {"(LITERAL == dog)", 0},
+      {"LITERAL == (dog)", 11},
+      {"LITERAL == dog)", 14},
+      {"LITERAL ==  '' dog", 12},
+      {"LITERAL == \\x41 dog", 11},
+      {"a \\x41g", 7},  // a hexadecimal escape within a token ends nothing
+      {"a\\( '[' \\}", 10},  // nor do escaped and quoted brackets
+      {"'a b' \"\" c", 6},
+  };
+  for (const auto& c : cases) EXPECT_EQ(CriteriaReadLength(c.criteria), c.read) << c.criteria;
+  EXPECT_EQ(CriteriaReadLength(nullptr), 0u);
+  const std::string longToken = "'" + std::string(70000, 'a') + "' b";
+  EXPECT_EQ(CriteriaReadLength(longToken.c_str()), longToken.size());
 }
 
 TEST(CriteriaReading, BufferLimit) {

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <corvid5/FlmRecord.h>
+#include <corvid5/RecordText.h>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -428,6 +429,38 @@ TEST(RecordDump, CountWrapsPast65535WithoutOverrun) {
   std::vector<char> full(kBig, 'x');
   ASSERT_EQ(r.Format(full.data(), kBig), 1);
   EXPECT_EQ(full[kBig - 1], 'w') << "filled to the last byte and no further";
+}
+
+// Past the buffer: the same lines, whole, from the record's database.
+TEST_F(DumpStore, TextOfAnyLengthIsWhole) {
+  flm::Database* db = fresh(everyType());
+  FlmRecord r(kEntry, 256);
+  buildEveryType(r);
+  addText(r, kTitle, std::string(69990, 'w').c_str());
+  ASSERT_EQ(r.Add(db, 0, flm::FLM_DATA_CONTAINER, 15), 1);
+  FlmRecord read(kNoTag, 256);
+  ASSERT_EQ(read.Retrieve(db, 0, flm::FLM_DATA_CONTAINER, 15), 1);
+  ASSERT_EQ(read.FindField(kBlob, 1, fsRoot, faSubtree), 1);
+  void* blob = read.GetCurrentField();
+  std::string text = "kept ";
+  ASSERT_EQ(FormatRecordText(read, &text), FERR_OK);
+  EXPECT_TRUE(text == "kept 0 @15@ entry\r\n" + std::string(kEveryTypeBody) + "  1 title " +
+                          std::string(69990, 'w') + "\r\n")
+      << text.size() << " bytes";
+  EXPECT_EQ(read.GetCurrentField(), blob);
+
+  // Without a database, as Format writes them.
+  FlmRecord bare(kEntry, 256);
+  buildEveryType(bare);
+  text.clear();
+  ASSERT_EQ(FormatRecordText(bare, &text), FERR_OK);
+  EXPECT_EQ(text, dump(bare));
+  EXPECT_NE(text.find("TAG_2 plain"), std::string::npos);
+
+  FlmRecord empty(kNoTag, 256);
+  text = "kept";
+  EXPECT_EQ(FormatRecordText(empty, &text), 0xC040u) << "NULL_RECORD";
+  EXPECT_EQ(text, "kept");
 }
 
 // ---------------------------------------------------------------------------

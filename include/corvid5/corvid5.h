@@ -16,6 +16,8 @@
 #include <corvid5/FlmContext.h>
 #include <corvid5/FlmRecord.h>
 #include <corvid5/FlmCursor.h>
+#include <corvid5/RecordText.h>
+#include <corvid5/CriteriaText.h>
 
 #include <corvid5/Concept.h>
 #include <corvid5/ConceptVariant.h>

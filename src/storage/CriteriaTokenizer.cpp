@@ -89,7 +89,7 @@ uint16_t criteriaBufferSize(size_t criteriaLength) {
 }
 
 CriteriaTokenizer::CriteriaTokenizer(const char* criteria, char* buffer, uint16_t bufferSize)
-    : next_(criteria ? criteria : ""), buffer_(buffer), size_(bufferSize) {
+    : next_(criteria ? criteria : ""), start_(next_), buffer_(buffer), size_(bufferSize) {
   if (size_) buffer_[0] = '\0';
 }
 
@@ -128,6 +128,7 @@ uint16_t CriteriaTokenizer::read() {
   quoted_ = false;
   if (!size_) return 0;
   while (isSpace(*next_)) ++next_;
+  start_ = next_;
   char quote = '\0';
   if (*next_ == '"' || *next_ == '\'') {
     quote = *next_++;

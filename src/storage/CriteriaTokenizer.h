@@ -50,6 +50,9 @@ class CriteriaTokenizer {
   const char* token() const { return buffer_; }
   // The text not read yet.
   const char* rest() const { return next_; }
+  // Where the token last read began, past the white space before it: for an
+  // empty token, where the criteria ended.
+  const char* tokenStart() const { return start_; }
 
   // read(), then classifyCriteriaToken().
   CriteriaToken next(const flm::NameTable* names);
@@ -61,6 +64,7 @@ class CriteriaTokenizer {
   bool takeOne();
 
   const char* next_;
+  const char* start_;
   char* buffer_;
   uint16_t size_;
   uint16_t length_ = 0;

@@ -2,6 +2,7 @@
 
 #include <corvid5/Platform.h>
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -77,6 +78,17 @@ std::string eqLink(uint32_t id, int relation, uint32_t meaning, uint32_t ili) {
 }  // namespace dumptext
 
 namespace testdb {
+namespace {
+
+// The soft limit, which a program's main stack grows up to.
+bool limitStack(size_t bytes) {
+  struct rlimit stack;
+  if (getrlimit(RLIMIT_STACK, &stack) != 0) return false;
+  stack.rlim_cur = bytes;
+  return setrlimit(RLIMIT_STACK, &stack) == 0;
+}
+
+}  // namespace
 
 std::string narrow(unsigned short* text) {
   if (!text) return "<null>";
@@ -93,7 +105,7 @@ std::string narrow(unsigned short* text) {
 }
 
 CommandRun corvid(const std::vector<std::string>& args, const std::string& db,
-                  const std::string& dir) {
+                  const std::string& dir, size_t stackBytes) {
   static testfiles::ScratchDir scratch;
   std::vector<std::string> env;
   for (char** e = environ; *e; ++e)
@@ -112,6 +124,7 @@ CommandRun corvid(const std::vector<std::string>& args, const std::string& db,
     const int err = ::open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
     if (out < 0 || err < 0 || dup2(out, 1) < 0 || dup2(err, 2) < 0) _exit(126);
     if (!dir.empty() && chdir(dir.c_str()) != 0) _exit(126);
+    if (stackBytes && !limitStack(stackBytes)) _exit(126);
     execve(argv[0], argv.data(), envp.data());
     _exit(127);
   }

@@ -5,6 +5,7 @@
 #ifndef CORVID5_TESTS_SMALLDATABASES_H
 #define CORVID5_TESTS_SMALLDATABASES_H
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -41,9 +42,9 @@ struct CommandRun {
   std::string out, err;
 };
 // Runs corvid with `args`, in `dir` when given, with CORVID_DB set to `db`
-// (unset when empty).
+// (unset when empty), on a stack limited to `stackBytes` when given.
 CommandRun corvid(const std::vector<std::string>& args, const std::string& db = "",
-                  const std::string& dir = "");
+                  const std::string& dir = "", size_t stackBytes = 0);
 
 }  // namespace testdb
 

@@ -51,6 +51,11 @@ std::vector<std::string> Arguments::values(const std::string& option) const {
   return found == given_.end() ? std::vector<std::string>{} : found->second;
 }
 
+const std::string& Arguments::word() const {
+  if (words_.size() != 1 || words_[0].empty()) throw UsageError{};
+  return words_[0];
+}
+
 uint32_t Arguments::number(const std::string& option, uint32_t max) const {
   const std::string text = value(option);
   uint64_t number = 0;

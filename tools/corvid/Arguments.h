@@ -39,6 +39,9 @@ class Arguments {
   // A non-negative whole number no larger than `max`; else wrong usage.
   uint32_t number(const std::string& option, uint32_t max) const;
   const std::vector<std::string>& words() const { return words_; }
+  // The one word the command is about; wrong usage when there is not exactly
+  // one, or when it is empty, which names no word form.
+  const std::string& word() const;
 
  private:
   std::map<std::string, std::vector<std::string>> given_;

@@ -1,7 +1,10 @@
 // Stored records as tagged text, by number or by criteria: the view of the
 // database beneath the word meanings.
+#include <corvid5/CriteriaText.h>
 #include <corvid5/FlmCursor.h>
+#include <corvid5/FlmError.h>
 #include <corvid5/FlmRecord.h>
+#include <corvid5/RecordText.h>
 
 #include <cstdio>
 #include <string>
@@ -29,17 +32,27 @@ struct DumpedRecord {
   std::string text;
 };
 
-// The formatter writes no more than its buffer holds, and a record's dump
-// is bounded by the largest buffer it takes.
+// The record's dump, whole, with plain line feeds.
 std::string formatted(FlmRecord& record) {
-  std::vector<char> buffer(UINT16_MAX, '\0');
-  if (!record.Format(buffer.data(), UINT16_MAX))
+  std::string dump;
+  if (const uint32_t code = FormatRecordText(record, &dump))
     throw Failure{"record " + std::to_string(record.GetID()) +
-                  " cannot be shown: " + record.GetFlmError().GetMessage()};
+                  " cannot be shown: " + FlmError(code).GetMessage()};
   std::string text;
-  for (const char* c = buffer.data(); *c; ++c)
-    if (*c != '\r') text += *c;
+  for (char c : dump)
+    if (c != '\r') text += c;
   return text;
+}
+
+// The criteria language ends the criteria at its first empty token and
+// passes over the rest; criteria given here are meant whole.
+void checkWhole(const std::string& criteria) {
+  const size_t read = CriteriaReadLength(criteria.c_str());
+  if (read < criteria.size())
+    throw Failure{"criteria \"" + criteria + "\" end at byte " + std::to_string(read + 1) +
+                  ", before \"" + criteria.substr(read) +
+                  "\": a bracket, an empty quoted string or an escape that yields nothing "
+                  "ends them"};
 }
 
 std::string placeName(const Place& place) {
@@ -56,6 +69,7 @@ DumpedRecord recordNumbered(void* database, const Place& place, uint32_t number)
 
 std::vector<DumpedRecord> recordsMatching(void* database, const Place& place,
                                           const std::string& criteria, uint32_t limit) {
+  checkWhole(criteria);
   FlmCursor cursor(database, place.container, place.store);
   if (!cursor.SetCriteria(criteria.c_str()) || !cursor.Validate())
     throw Failure{"malformed criteria \"" + criteria + "\": " + cursor.GetFlmError().GetMessage()};
@@ -114,7 +128,9 @@ int runDump(const Invocation& run) {
 const Command kDumpCommand = {
     "dump", "dump --store N --container N (--record N | --criteria TEXT) [--limit N] [--json]",
     "Stored records as tagged text, one line per field with its level: record N, or\n"
-    "every record that the criteria select (for example: --criteria '#120 == dog').\n",
+    "every record that the criteria select (for example: --criteria '#120 == dog').\n"
+    "The criteria are written without brackets: the language ends them at a bracket,\n"
+    "an empty quoted string or an escape that yields nothing.\n",
     runDump};
 
 }  // namespace corvid

@@ -93,11 +93,12 @@ int runExport(const Invocation& run) {
   const bool byNumber = args.has("--concept");
   if (!args.has("--lang") || byNumber == (args.words().size() == 1)) throw UsageError{};
   const uint32_t record = byNumber ? args.number("--concept", 0x7fffffff) : 0;
+  const std::string word = byNumber ? "" : args.word();
   const std::string code = args.value("--lang");
   Database db(run.databasePath(args));
   Owned<LanguageWordNet> wordnet = db.language(code);
   std::vector<Owned<Concept>> meanings =
-      byNumber ? meaningNumbered(*wordnet, record, code) : meaningsOf(*wordnet, args.words()[0]);
+      byNumber ? meaningNumbered(*wordnet, record, code) : meaningsOf(*wordnet, word);
   std::vector<ExportedMeaning> found;
   for (Owned<Concept>& meaning : meanings)
     found.push_back({meaning->GetRecordID(), args.has("--record-driven")
@@ -106,7 +107,7 @@ int runExport(const Invocation& run) {
   if (args.has("--json"))
     writeExports(code, found);
   else if (found.empty())
-    std::printf("no meaning of \"%s\"\n", args.words()[0].c_str());
+    std::printf("no meaning of \"%s\"\n", word.c_str());
   else
     printExports(found);
   return 0;

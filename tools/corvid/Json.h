@@ -44,7 +44,8 @@ class JsonWriter {
 
 // `text` as a JSON string literal, quotes included. Bytes are taken as
 // UTF-8 and passed through; control characters, quotes and backslashes are
-// escaped.
+// escaped, and what is not well-formed UTF-8 becomes U+FFFD, one for each
+// ill-formed start, so that the document is always UTF-8.
 std::string jsonString(std::string_view text);
 
 }  // namespace corvid

@@ -69,24 +69,28 @@ std::vector<int32_t> subsOf(TopConcept& top) {
   return out;
 }
 
-std::vector<std::string> namesOf(TopConcept& top, uint32_t store) {
+// The wordnet's own query finds a concept's names through the index of
+// top-concept variants; the concept's query names their field alone, which
+// no index covers, and so reads every record of the language.
+std::vector<std::string> namesOf(TopConcept& top, LanguageWordNet* naming) {
   std::vector<std::string> out;
-  if (!store) return out;
-  Owned<TopConceptVariants> variants(top.GetTopConceptVariants(store));
+  if (!naming) return out;
+  Owned<TopConceptVariants> variants(
+      naming->GetTopConceptVariants(static_cast<uint32_t>(top.GetRecordID())));
   forEach(*variants, [&](Owned<TopConceptVariant> variant) {
     out.push_back(takeText(variant->GetLiteral()));
   });
   return out;
 }
 
-std::map<int32_t, OntologyNode> readOntology(Polylex& polylex, uint32_t store) {
+std::map<int32_t, OntologyNode> readOntology(Polylex& polylex, LanguageWordNet* naming) {
   std::map<int32_t, OntologyNode> nodes;
   Owned<TopConcepts> all(polylex.GetTopConcepts());
   forEach(*all, [&](Owned<TopConcept> top) {
     OntologyNode& n = nodes[top->GetRecordID()];
     n.id = top->GetRecordID();
     n.gloss = takeText(top->GetGloss());
-    n.names = namesOf(*top, store);
+    n.names = namesOf(*top, naming);
     n.subs = subsOf(*top);
     TopConcept* above = nullptr;
     n.hasSuper = top->GetSuper(&above) == 1;
@@ -106,90 +110,116 @@ std::vector<int32_t> roots(const std::map<int32_t, OntologyNode>& nodes) {
   return out;
 }
 
-struct TreeNode {
+// One concept of the tree as printed: how many concepts stand above it.
+struct TreeLine {
   const OntologyNode* node;
-  std::vector<TreeNode> subs;
+  int depth;
 };
 
-class TreeBuilder {
+// The tree in the order it is printed: each concept once, under the first
+// concept found to list it, depth first from the roots; what a cycle keeps
+// out of reach of the roots starts a tree of its own. The walk keeps its own
+// stack, so an ontology of any depth is laid out.
+class TreeLayout {
  public:
-  explicit TreeBuilder(const std::map<int32_t, OntologyNode>& nodes) : nodes_(nodes) {}
+  explicit TreeLayout(const std::map<int32_t, OntologyNode>& nodes) : nodes_(nodes) {}
 
-  std::vector<TreeNode> build() {
-    std::vector<TreeNode> top;
-    for (int32_t id : roots(nodes_)) place(id, top);
-    for (const auto& [id, n] : nodes_) place(id, top);
-    return top;
+  std::vector<TreeLine> lines() {
+    for (int32_t id : roots(nodes_)) walkFrom(id);
+    for (const auto& [id, n] : nodes_) walkFrom(id);
+    return std::move(lines_);
   }
 
  private:
-  // Each concept once, under the first concept found to list it. What a
-  // cycle keeps out of reach of the roots is placed at the top as well.
-  void place(int32_t id, std::vector<TreeNode>& into) {
+  struct Step {
+    const OntologyNode* node;
+    size_t nextSub;
+  };
+
+  void walkFrom(int32_t id) {
+    enter(id);
+    while (!path_.empty()) {
+      Step& step = path_.back();
+      if (step.nextSub == step.node->subs.size())
+        path_.pop_back();
+      else
+        enter(step.node->subs[step.nextSub++]);
+    }
+  }
+
+  void enter(int32_t id) {
     auto found = nodes_.find(id);
     if (found == nodes_.end() || !placed_.insert(id).second) return;
-    into.push_back({&found->second, {}});
-    // `into` may grow while the subs are placed; keep to the index.
-    const size_t at = into.size() - 1;
-    std::vector<TreeNode> subs;
-    for (int32_t sub : found->second.subs) place(sub, subs);
-    into[at].subs = std::move(subs);
+    lines_.push_back({&found->second, static_cast<int>(path_.size())});
+    path_.push_back({&found->second, 0});
   }
 
   const std::map<int32_t, OntologyNode>& nodes_;
   std::set<int32_t> placed_;
+  std::vector<Step> path_;  // from the root to the concept being walked
+  std::vector<TreeLine> lines_;
 };
 
-void printTree(const std::vector<TreeNode>& tree, int depth) {
-  for (const TreeNode& t : tree) {
-    const OntologyNode& n = *t.node;
-    std::printf("%*s@%d@", depth * 2, "", n.id);
+void printTree(const std::vector<TreeLine>& lines) {
+  for (const TreeLine& line : lines) {
+    const OntologyNode& n = *line.node;
+    std::printf("%*s@%d@", line.depth * 2, "", n.id);
     for (size_t i = 0; i < n.names.size(); ++i)
       std::printf("%s%s", i ? ", " : " ", n.names[i].c_str());
     if (!n.gloss.empty()) std::printf(" -- %s", n.gloss.c_str());
     std::printf("\n");
-    printTree(t.subs, depth + 1);
   }
 }
 
-void writeTree(JsonWriter& json, const std::vector<TreeNode>& tree) {
+// Each concept an object whose "subs" array holds the concepts beneath it:
+// an object stays open until a line at its depth or above comes.
+void writeTree(JsonWriter& json, const std::vector<TreeLine>& lines) {
   json.beginArray();
-  for (const TreeNode& t : tree) {
+  int open = 0;
+  auto closeTo = [&](int depth) {
+    for (; open > depth; --open) {
+      json.endArray();
+      json.endObject();
+    }
+  };
+  for (const TreeLine& line : lines) {
+    closeTo(line.depth);
     json.beginObject();
-    json.key("id").value(t.node->id);
-    json.key("names").values(t.node->names);
-    json.key("gloss").value(t.node->gloss);
-    json.key("subs");
-    writeTree(json, t.subs);
-    json.endObject();
+    json.key("id").value(line.node->id);
+    json.key("names").values(line.node->names);
+    json.key("gloss").value(line.node->gloss);
+    json.key("subs").beginArray();
+    ++open;
   }
+  closeTo(0);
   json.endArray();
 }
 
 // The names come in the language asked for, else in the site's language
-// when the database has a wordnet of it.
-uint32_t namingStore(Database& db, const Arguments& args) {
-  if (args.has("--lang")) return db.language(args.value("--lang"))->GetStoreID();
+// when the database has a wordnet of it; null when they come in none.
+Owned<LanguageWordNet> namingWordNet(Database& db, const Arguments& args) {
+  if (args.has("--lang")) return db.language(args.value("--lang"));
   Owned<Site> site(db.polylex().GetSite());
   const std::string code = takeText(site->GetLanguageCode());
   for (Owned<LanguageWordNet>& wordnet : db.languages())
-    if (Database::codeOf(*wordnet) == code) return wordnet->GetStoreID();
-  return 0;
+    if (Database::codeOf(*wordnet) == code) return std::move(wordnet);
+  return nullptr;
 }
 
 int runOntology(const Invocation& run) {
   const Arguments args(run.args, {kDbOption, kJsonOption, {"--lang", Option::kValue}}, 0);
   Database db(run.databasePath(args));
-  const std::map<int32_t, OntologyNode> nodes = readOntology(db.polylex(), namingStore(db, args));
-  const std::vector<TreeNode> tree = TreeBuilder(nodes).build();
+  Owned<LanguageWordNet> naming = namingWordNet(db, args);
+  const std::map<int32_t, OntologyNode> nodes = readOntology(db.polylex(), naming.get());
+  const std::vector<TreeLine> lines = TreeLayout(nodes).lines();
   if (!args.has("--json")) {
-    printTree(tree, 0);
+    printTree(lines);
     return 0;
   }
   JsonWriter json(stdout);
   json.beginObject();
   json.key("concepts");
-  writeTree(json, tree);
+  writeTree(json, lines);
   json.endObject();
   return 0;
 }

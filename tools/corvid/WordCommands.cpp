@@ -19,12 +19,6 @@ namespace corvid {
 
 namespace {
 
-// The word form a command is about: its one argument.
-std::string wordOf(const Arguments& args) {
-  if (args.words().size() != 1) throw UsageError{};
-  return args.words()[0];
-}
-
 // The wordnets of the codes given, or every one when none is.
 std::vector<Owned<LanguageWordNet>> chosenLanguages(Database& db,
                                                     const std::vector<std::string>& codes) {
@@ -69,7 +63,7 @@ void writeLookup(const std::string& word, const std::vector<LanguageMeanings>& f
 
 int runLookup(const Invocation& run) {
   const Arguments args(run.args, {kDbOption, kJsonOption, {"--lang", Option::kValues}}, 1);
-  const std::string word = wordOf(args);
+  const std::string word = args.word();
   Database db(run.databasePath(args));
   std::vector<LanguageMeanings> found;
   for (Owned<LanguageWordNet>& wordnet : chosenLanguages(db, args.values("--lang"))) {
@@ -173,7 +167,7 @@ std::vector<Owned<LanguageWordNet>> targetLanguages(Database& db, const std::str
 int runTranslate(const Invocation& run) {
   const Arguments args(
       run.args, {kDbOption, kJsonOption, {"--from", Option::kValue}, {"--to", Option::kValues}}, 1);
-  const std::string word = wordOf(args);
+  const std::string word = args.word();
   if (!args.has("--from")) throw UsageError{};
   const std::string from = args.value("--from");
   Database db(run.databasePath(args));
@@ -282,7 +276,7 @@ int runRelated(const Invocation& run) {
   const Arguments args(
       run.args,
       {kDbOption, kJsonOption, {"--lang", Option::kValue}, {"--relation", Option::kValue}}, 1);
-  const std::string word = wordOf(args);
+  const std::string word = args.word();
   if (!args.has("--lang")) throw UsageError{};
   const std::string code = args.value("--lang");
   Database db(run.databasePath(args));
