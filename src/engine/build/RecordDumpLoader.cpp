@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+#include "engine/build/TextFile.h"
 #include "flm/Node.h"
 #include "flm/Pool.h"
 #include "flm/Value.h"
@@ -362,7 +363,11 @@ class Loader {
     return putText(field, value);
   }
 
+  // Text goes in as written or not at all: nothing is replaced on the way.
   RCODE putText(Node* field, std::string_view value) {
+    if (value.find('\0') != std::string_view::npos)
+      return fail(flm::FERR_GED_BAD_VALUE, "a NUL byte in the value");
+    if (!isUtf8(value)) return fail(flm::FERR_GED_BAD_VALUE, "the value is not UTF-8 text");
     value = unquote(value);
     RCODE rc = flm::putUtf8(&pool_, field, value.data(), value.size());
     return stored(rc);
