@@ -3,6 +3,7 @@
 // builds that must fail without leaving a database behind.
 #include <corvid5/PolylexBuilder.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -13,6 +14,7 @@
 #include "engine/Layout.h"
 #include "engine/build/Gloss.h"
 #include "support/BuiltDatabase.h"
+#include "support/Slices.h"
 #include "support/SmallDatabases.h"
 #include "support/TestFiles.h"
 
@@ -401,12 +403,23 @@ void EnglishBuild::corvidInfoShowsSiteVersionAndStores() {
 class BuildInput : public ::testing::Test {
  protected:
   PolylexBuildResult build(const std::string& wordnetDir, bool force = false) {
+    return PolylexBuilder::Build(options(wordnetDir, force));
+  }
+  PolylexBuildOptions options(const std::string& wordnetDir, bool force = false) {
     PolylexBuildOptions options;
     options.output = out_.file("out.db");
     options.wordnetDir = wordnetDir;
     options.force = force;
     options.progress = progress_;
-    return PolylexBuilder::Build(options);
+    return options;
+  }
+  // A few WordNet synsets, which build in a moment; `synsets` as in
+  // slices::wordnetSlice.
+  std::string smallWordNet(const slices::SynsetIds& synsets = {}) {
+    const std::string dir = in_.file("wordnet"), wordnet = testfiles::wordnetDir();
+    slices::writeWordNet(dir, synsets.empty() ? slices::wordnetSlice(wordnet)
+                                              : slices::wordnetSlice(wordnet, synsets));
+    return dir;
   }
   void expectOneLine(const PolylexBuildResult& r, const std::string& start) {
     EXPECT_FALSE(r.ok);
@@ -456,6 +469,119 @@ TEST_F(BuildInput, ExistingOutputIsKeptUnlessForcedAndComplete) {
   // Forced, a build that fails still leaves the old file as it was.
   expectOneLine(build(in_.file("nowhere"), true), in_.file("nowhere"));
   EXPECT_EQ(testfiles::readFile(out_.file("out.db")), "old");
+}
+
+// A data file cut to nothing, or a folder in its place, would make a database
+// without nouns.
+TEST_F(BuildInput, EmptyDataFileOrFolderIsAnError) {
+  // Verbs, adjectives and adverbs with no pointer to a noun: data.noun keeps
+  // only its licence line, and builds as a part of speech left out.
+  const std::string dir = smallWordNet(
+      {{'v', 1047763}, {'v', 1047969}, {'a', 1740}, {'a', 2098}, {'r', 4394}, {'r', 4567}});
+  const std::string noun = dir + "/data.noun", index = dir + "/index.noun";
+  const std::string licenceOnly = testfiles::readFile(noun);
+  ASSERT_EQ(std::count(licenceOnly.begin(), licenceOnly.end(), '\n'), 1);
+  const PolylexBuildResult withoutNouns = build(dir);
+  ASSERT_TRUE(withoutNouns.ok) << withoutNouns.error;
+  fs::remove(out_.file("out.db"));
+  const struct {
+    const char* what;
+    std::function<void()> make;
+    std::string error;
+  } cases[] = {
+      {"empty", [&] { testfiles::writeFile(noun, ""); }, noun + ": an empty data file"},
+      {"data file a folder",
+       [&] {
+         fs::remove(noun);
+         fs::create_directory(noun);
+       },
+       noun + ": a folder, not a file"},
+      {"index file a folder",
+       [&] {
+         fs::remove(index);
+         fs::create_directory(index);
+       },
+       index + ": a folder, not a file"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    c.make();
+    const PolylexBuildResult r = build(dir);
+    EXPECT_FALSE(r.ok);
+    EXPECT_EQ(r.error, c.error);
+    EXPECT_TRUE(dirEntries(out_.path()).empty());
+  }
+}
+
+// Forced, a build replaces a regular file and nothing else: not a device,
+// not a FIFO, not a link, and not one of its own inputs under whatever name.
+TEST_F(BuildInput, ForcedBuildReplacesOnlyARegularFileThatIsNoInput) {
+  const std::string dir = smallWordNet();
+  const std::string dump = in_.file("records.txt"), dataNoun = dir + "/data.noun";
+  testfiles::writeFile(dump, "# no records\n");
+  const std::string fifo = out_.file("fifo.db"), device = out_.file("null.db"),
+                    alias = out_.file("alias.db");
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  fs::create_symlink("/dev/null", device);
+  fs::create_hard_link(dataNoun, alias);
+  const std::string nouns = testfiles::readFile(dataNoun);
+  const struct {
+    std::string output, error;
+  } cases[] = {
+      {fifo, fifo + ": not a regular file; the build replaces nothing else"},
+      {device, device + ": not a regular file; the build replaces nothing else"},
+      {dataNoun, dataNoun + ": one of the build's inputs (" + dataNoun + "); not replaced"},
+      {alias, alias + ": one of the build's inputs (" + dataNoun + "); not replaced"},
+      {dump, dump + ": one of the build's inputs (" + dump + "); not replaced"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.output);
+    PolylexBuildOptions o = options(dir, true);
+    o.output = c.output;
+    o.recordFiles = {dump};
+    const PolylexBuildResult r = PolylexBuilder::Build(o);
+    EXPECT_FALSE(r.ok);
+    EXPECT_EQ(r.error, c.error);
+  }
+  EXPECT_TRUE(fs::is_fifo(fifo));
+  EXPECT_EQ(fs::read_symlink(device), "/dev/null");
+  EXPECT_EQ(testfiles::readFile(dataNoun), nouns);
+  EXPECT_EQ(testfiles::readFile(alias), nouns);
+  EXPECT_EQ(testfiles::readFile(dump), "# no records\n");
+  EXPECT_EQ(dirEntries(out_.path()).size(), 3u) << "no temporary database left";
+}
+
+// What appears at the output while the build runs is looked at again before
+// the database goes there: unforced, nothing that appeared is replaced.
+TEST_F(BuildInput, OutputThatAppearsDuringTheBuildIsKept) {
+  const std::string dir = smallWordNet(), out = out_.file("out.db");
+  const struct {
+    bool force;
+    std::function<void()> make;
+    std::string error;
+  } cases[] = {
+      {false, [&] { testfiles::writeFile(out, "theirs"); },
+       out + ": made by something else during the build; not replaced"},
+      {true, [&] { ASSERT_EQ(mkfifo(out.c_str(), 0600), 0); },
+       out + ": not a regular file; the build replaces nothing else"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.force);
+    fs::remove(out);
+    // The last stage: everything has been read and written by then.
+    progress_ = [&](const std::string& stage, uint64_t, uint64_t) {
+      if (stage == "records" && !fs::exists(fs::symlink_status(out))) c.make();
+      return true;
+    };
+    const PolylexBuildResult r = build(dir, c.force);
+    EXPECT_FALSE(r.ok);
+    EXPECT_EQ(r.error, c.error);
+    EXPECT_EQ(dirEntries(out_.path()), std::vector<std::string>{"out.db"});
+    if (!c.force) {
+      EXPECT_TRUE(testfiles::readFile(out) == "theirs") << "what appeared was replaced";
+    }
+  }
+  EXPECT_TRUE(fs::is_fifo(out));
 }
 
 TEST_F(BuildInput, StoppedBuildRemovesItsTemporaryDatabase) {

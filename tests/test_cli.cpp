@@ -3,15 +3,18 @@
 // made from a record dump (real WordNet 3.0 synsets and their OMW French
 // lemmas).
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <map>
 #include <string>
 #include <vector>
 
 #include "engine/Layout.h"
 #include "support/LoadedDatabase.h"
+#include "support/Slices.h"
 #include "support/SmallDatabases.h"
 #include "support/TestFiles.h"
 
@@ -776,6 +779,48 @@ TEST(CorvidDatabase, FoundByOptionEnvironmentOrWorkingFolder) {
   EXPECT_EQ(info.status, 1);
   EXPECT_EQ(info.err.rfind("corvid: /nonexistent/x.db: ", 0), 0u) << info.err;
   EXPECT_EQ(lineCount(info.err), 1) << info.err;
+}
+
+// A FIFO or a device is no database: read, it is refused without waiting for
+// a writer; as a build's output, it is left as it is even when forced. So is
+// a path too long for a database handle, before any building.
+TEST(CorvidDatabase, FifosDevicesAndOverlongPathsAreRefusedOnOneLine) {
+  namespace fs = std::filesystem;
+  testfiles::ScratchDir dir;
+  const std::string fifo = dir.file("fifo.db"), device = dir.file("null.db");
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  fs::create_symlink("/dev/null", device);
+  for (const std::string& db : {fifo, device}) {
+    CommandRun r;
+    EXPECT_TRUE(testfiles::returnsWithoutAWriter(fifo, [&] { r = corvid({"info", "--db", db}); }));
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err, "corvid: " + db + ": cannot open: IO_OPEN_ERR\n");
+  }
+
+  const std::string wordnet = dir.file("wordnet");
+  slices::writeWordNet(wordnet, slices::wordnetSlice(testfiles::wordnetDir()));
+  const std::string deep = dir.file(std::string(100, 'd') + "/" + std::string(100, 'e'));
+  fs::create_directories(deep);
+  const std::string overlong = deep + "/polylex.db";
+  ASSERT_GT(overlong.size(), 239u);
+  const std::string refusal = ": not a regular file; the build replaces nothing else\n";
+  const struct {
+    std::string output, error;
+  } cases[] = {
+      {fifo, fifo + refusal},
+      {device, device + refusal},
+      {overlong, overlong + ": path too long for a database (" + std::to_string(overlong.size()) +
+                     " bytes; at most 239)\n"},
+  };
+  for (const auto& c : cases) {
+    const CommandRun r = corvid({"build", c.output, "--wordnet", wordnet, "--force"});
+    EXPECT_EQ(r.status, 1) << c.output;
+    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(r.err, "corvid: " + c.error);
+  }
+  EXPECT_TRUE(fs::is_fifo(fifo));
+  EXPECT_EQ(fs::read_symlink(device), "/dev/null");
+  EXPECT_TRUE(fs::is_empty(deep));
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 // and refusing files, the session's cache, and the keys that indexes write.
 #include <gtest/gtest.h>
 #include <sqlite3.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -587,6 +588,30 @@ TEST(FlmOpen, DamagedAndForeignFilesAreRefused) {
   // The good file is still fine after all that.
   ASSERT_EQ(t.reopen(), FERR_OK);
   EXPECT_EQ(storedName(t.db(), 200).size(), 402u);
+}
+
+// Only a regular file can be a database. Anything else is refused before it
+// is opened: a FIFO without a writer does not hold the open up, and a device
+// is left alone.
+TEST(FlmOpen, WhatIsNoRegularFileIsRefusedUnopened) {
+  TestDb t(testDictionary());
+  const std::string fifo = t.dir().file("fifo.db"), device = t.dir().file("null.db"),
+                    folder = t.dir().file("folder.db");
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  std::filesystem::create_symlink("/dev/null", device);
+  std::filesystem::create_directory(folder);
+  for (const std::string& path : {fifo, device, folder})
+    for (uint32_t flags : {0u, uint32_t{FO_READ_ONLY}, uint32_t{FO_EXCLUSIVE}}) {
+      SCOPED_TRACE(path + " flags " + std::to_string(flags));
+      Database* db = reinterpret_cast<Database*>(&t);
+      RCODE rc = FERR_OK;
+      EXPECT_TRUE(testfiles::returnsWithoutAWriter(
+          fifo, [&] { rc = t.session()->openDatabase(path.c_str(), nullptr, flags, &db); }));
+      EXPECT_EQ(rc, FERR_IO_OPEN_ERR);
+      EXPECT_EQ(db, nullptr);
+    }
+  EXPECT_EQ(t.session()->openCount(), 1u);
+  EXPECT_TRUE(std::filesystem::is_fifo(fifo));
 }
 
 TEST(FlmOpen, ClosingTheSessionClosesItsDatabasesAndLetsTheFilesGo) {

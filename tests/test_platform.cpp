@@ -1,13 +1,18 @@
 #include <corvid5/Platform.h>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <climits>
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <string_view>
 #include <thread>
 #include <vector>
+
+#include "platform/Files.h"
+#include "support/TestFiles.h"
 
 namespace {
 
@@ -227,4 +232,34 @@ TEST(PlatformLastError, IsPerThread) {
   other.join();
   EXPECT_EQ(seenByOther, 0u);
   EXPECT_EQ(GetLastError(), 5u);
+}
+
+// A finished file takes its name only where that name is free: whatever holds
+// it already, of any kind, stays as it was.
+TEST(PlatformFiles, RenameNoReplaceTakesOnlyAFreeName) {
+  namespace fs = std::filesystem;
+  testfiles::ScratchDir dir;
+  const std::string from = dir.file("new"), file = dir.file("file"), fifo = dir.file("fifo"),
+                    link = dir.file("link"), folder = dir.file("folder");
+  testfiles::writeFile(from, "new");
+  testfiles::writeFile(file, "old");
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  fs::create_symlink("nowhere", link);
+  fs::create_directory(folder);
+  for (const std::string& taken : {file, fifo, link, folder}) {
+    const std::error_code error = platform::renameNoReplace(from, taken);
+    EXPECT_TRUE(error == std::errc::file_exists) << taken << ": " << error.message();
+  }
+  EXPECT_EQ(testfiles::readFile(from), "new");
+  EXPECT_EQ(testfiles::readFile(file), "old");
+  EXPECT_TRUE(fs::is_fifo(fifo));
+  EXPECT_EQ(fs::read_symlink(link), "nowhere");
+  EXPECT_TRUE(fs::is_empty(folder));
+
+  const std::string to = dir.file("free");
+  EXPECT_FALSE(platform::renameNoReplace(from, to));
+  EXPECT_EQ(testfiles::readFile(to), "new");
+  EXPECT_FALSE(fs::exists(from));
+  EXPECT_TRUE(platform::renameNoReplace(from, dir.file("other")) ==
+              std::errc::no_such_file_or_directory);
 }

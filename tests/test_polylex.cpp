@@ -4,8 +4,10 @@
 // ontology.
 #include <corvid5/corvid5.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cstring>
+#include <filesystem>
 #include <string>
 
 #include "engine/Layout.h"
@@ -80,6 +82,10 @@ TEST_F(PolylexTest, FilesThatAreNoDatabaseGiveTheEnginesCode) {
   std::string bytes = testfiles::readFile(good);
   ASSERT_GT(bytes.size(), 64u);
   testfiles::writeFile(truncated, bytes.substr(0, bytes.size() / 2));
+  // Neither is opened: the FIFO has no writer, the device is not touched.
+  const std::string fifo = dir_.file("fifo.db"), device = dir_.file("null.db");
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  std::filesystem::create_symlink("/dev/null", device);
   struct Case {
     std::string path;
     uint32_t code;
@@ -87,12 +93,15 @@ TEST_F(PolylexTest, FilesThatAreNoDatabaseGiveTheEnginesCode) {
       {dir_.file("missing.db"), flm::FERR_IO_PATH_NOT_FOUND},
       {foreign, flm::FERR_NOT_FLAIM},
       {truncated, flm::FERR_DATA_ERROR},
+      {fifo, flm::FERR_IO_OPEN_ERR},
+      {device, flm::FERR_IO_OPEN_ERR},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.path);
     Polylex polylex;
-    const testdb::Thrown t =
-        thrown([&] { polylex.Open(c.path.c_str(), nullptr, 1, 0); }, true);
+    testdb::Thrown t;
+    EXPECT_TRUE(testfiles::returnsWithoutAWriter(
+        fifo, [&] { t = thrown([&] { polylex.Open(c.path.c_str(), nullptr, 1, 0); }, true); }));
     EXPECT_EQ(t.error, errFlaim);
     EXPECT_EQ(t.flaim, c.code) << t.message;
     EXPECT_EQ(polylex.IsOpen(), 0);

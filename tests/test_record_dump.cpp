@@ -30,6 +30,7 @@ namespace {
 
 using flm::FERR_OK;
 using flm::Node;
+using namespace std::string_literals;
 
 using namespace testflm;
 constexpr uint16_t kData = flm::FLM_DATA_CONTAINER;
@@ -576,11 +577,11 @@ TEST_F(DumpLoad, TheDeepestLevelLoadsAndDumps) {
 }
 
 TEST_F(DumpLoad, DumpRefusesTextThatWouldNotReadBack) {
-  for (const char* bad : {"two\nlines", "   # Error: MEM"}) {
+  for (const std::string& bad : {"two\nlines"s, "   # Error: MEM"s, "nul\0byte"s}) {
     flm::Database* db = fresh(everyType());
     ScopedPool pool;
     Node* root = pool.make(kEntry);
-    ASSERT_EQ(flm::putUtf8(&pool, root, bad, std::strlen(bad)), FERR_OK);
+    ASSERT_EQ(flm::putUtf8(&pool, root, bad.data(), bad.size()), FERR_OK);
     uint32_t drn = 4;
     ASSERT_EQ(db->add(0, kData, &drn, root), FERR_OK);
 
@@ -607,12 +608,20 @@ TEST_F(DumpLoad, EveryErrorNamesItsLineAndLeavesNothingBehind) {
       "\n"
       "0 entry\n";  // line 5
   struct Case {
-    const char* text;  // from line 6
+    std::string text;  // from line 6
     flm::RCODE rc;
     const char* error;
   };
   const Case cases[] = {
       {"  1 nosuch x\n", flm::FERR_BAD_FIELD_NUM, "t:6: unknown field name 'nosuch'"},
+      // Text goes in as written or not at all.
+      {"  1 title caf\xE9\n", flm::FERR_GED_BAD_VALUE, "t:6: the value is not UTF-8 text"},
+      {"  1 title \xED\xA0\x80 half a pair\n", flm::FERR_GED_BAD_VALUE,
+       "t:6: the value is not UTF-8 text"},
+      {"  1 title\n  1 title cut \xC3\n", flm::FERR_GED_BAD_VALUE,
+       "t:7: the value is not UTF-8 text"},
+      {"  1 title a\0b\n"s, flm::FERR_GED_BAD_VALUE, "t:6: a NUL byte in the value"},
+      {"  1 count 1\0"s + "\n", flm::FERR_GED_BAD_VALUE, "t:6: a NUL byte in the value"},
       {"  1 title\n    3 title x\n", flm::FERR_GED_SKIP_LEVEL,
        "t:7: level 3 skips a level after level 1"},
       {"STORE 0 CONTAINER 7\n  1 title x\n", flm::FERR_GED_SKIP_LEVEL,

@@ -20,7 +20,7 @@ struct PolylexBuildOptions {
   // Carry English links over to each language wherever it has a meaning at
   // both ends.
   bool projectedRelations = true;
-  bool force = false;  // replace an existing output file
+  bool force = false;  // replace an existing output file (a regular one)
   // Told of each stage as it starts and as it goes on; returning false
   // stops the build, which then fails.
   std::function<bool(const std::string& stage, uint64_t done, uint64_t total)> progress;
@@ -54,8 +54,10 @@ class CORVID5_API PolylexBuilder {
  public:
   // The database is made beside the output under a temporary name and
   // renamed only when complete: a build that fails or is stopped leaves
-  // nothing at the output, and an existing output is replaced only with
-  // `force`, and only by a complete database.
+  // nothing at the output. An existing output, even one that appears while
+  // the build runs, is replaced only with `force`, only by a complete
+  // database, and only when it is a regular file that is none of the build's
+  // inputs.
   static PolylexBuildResult Build(const PolylexBuildOptions& options);
 };
 

@@ -65,12 +65,18 @@ FileGuard::~FileGuard() { release(); }
 RCODE FileGuard::acquire(const char* path, bool exclusive) {
   release();
   if (!path || !*path) return FERR_IO_INVALID_PATH;
-  int fd = ::open(path, O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return openError(errno);
+  // Only a regular file can be a database. Anything else is refused before
+  // it is opened: opening a FIFO to read waits for a writer, and opening a
+  // device can act on it.
   struct stat st;
-  RCODE rc = fstat(fd, &st) != 0 ? FERR_GETTING_FILE_INFO
-             : S_ISDIR(st.st_mode) ? FERR_IO_OPEN_ERR
-                                   : checkHeader(fd);
+  if (stat(path, &st) != 0) return openError(errno);
+  if (!S_ISREG(st.st_mode)) return FERR_IO_OPEN_ERR;
+  // Not waiting, should something else have taken the name meanwhile.
+  int fd = ::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (fd < 0) return openError(errno);
+  RCODE rc = fstat(fd, &st) != 0    ? FERR_GETTING_FILE_INFO
+             : !S_ISREG(st.st_mode) ? FERR_IO_OPEN_ERR
+                                    : checkHeader(fd);
   if (!rc && flock(fd, (exclusive ? LOCK_EX : LOCK_SH) | LOCK_NB) != 0)
     rc = errno == EWOULDBLOCK ? FERR_IO_FILE_LOCK_ERR : FERR_IO_OPEN_ERR;
   if (rc) {

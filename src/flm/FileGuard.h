@@ -1,5 +1,6 @@
-// What stands between a path and SQLite: the file must exist, look like one of
-// our databases, not be cut short, and not be held exclusively by anyone else.
+// What stands between a path and SQLite: the file must exist, be a regular
+// file, look like one of our databases, not be cut short, and not be held
+// exclusively by anyone else.
 #ifndef CORVID5_FLM_FILEGUARD_H
 #define CORVID5_FLM_FILEGUARD_H
 

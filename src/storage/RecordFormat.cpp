@@ -193,12 +193,13 @@ RCODE appendText(Line& line, const Node& field, uint32_t codePage) {
   return rc;
 }
 
-// A text that ends its line early, or that reads as the note of a value
-// the dump could not show, would not come back as itself.
+// A text that ends its line early, that holds a NUL (which the loader
+// refuses), or that reads as the note of a value the dump could not show,
+// would not come back as itself.
 bool readsBack(const Line& line, size_t valueStart) {
   const char* value = line.data() + valueStart;
   size_t length = line.size() - valueStart;
-  if (std::memchr(value, '\n', length)) return false;
+  if (std::memchr(value, '\n', length) || std::memchr(value, '\0', length)) return false;
   size_t note = std::strlen(kErrorNote);
   return length < note || std::memcmp(value, kErrorNote, note) != 0;
 }

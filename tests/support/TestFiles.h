@@ -2,6 +2,7 @@
 #ifndef CORVID5_TESTS_TESTFILES_H
 #define CORVID5_TESTS_TESTFILES_H
 
+#include <functional>
 #include <string>
 
 namespace testfiles {
@@ -27,6 +28,13 @@ std::string wordnetDir();
 
 std::string readFile(const std::string& path);
 void writeFile(const std::string& path, const std::string& bytes);
+
+// Runs `call`, which is given the FIFO at `fifo` and must not wait on it.
+// Should it still run after a few seconds (waiting, as whoever opens a FIFO
+// to read does, for a writer), the FIFO is opened for writing and closed
+// again until it returns. False when that was needed. What `call` throws
+// comes out of here.
+bool returnsWithoutAWriter(const std::string& fifo, const std::function<void()>& call);
 
 }  // namespace testfiles
 

@@ -21,7 +21,9 @@
 #include "engine/build/TextFile.h"
 #include "engine/build/TopOntology.h"
 #include "engine/build/WordNetReader.h"
+#include "flm/Path.h"
 #include "flm/Session.h"
+#include "platform/Files.h"
 
 namespace build {
 namespace {
@@ -50,6 +52,24 @@ void removeAbandoned(const std::string& output) {
   }
 }
 
+// Whether the build may put its database where something already is: only
+// when forced, and only over a regular file that is none of its inputs
+// (known by device and inode, so that another name or a hard link of one is
+// caught too). Throws when it may not; false when nothing is there.
+bool mayReplace(const std::string& output, bool force, const std::vector<std::string>& inputs) {
+  std::error_code ec;
+  const fs::file_type type = fs::symlink_status(output, ec).type();
+  if (type == fs::file_type::not_found) return false;
+  if (ec) throw BuildError(output + ": " + ec.message());
+  if (!force) throw BuildError(output + ": already exists; force the build to replace it");
+  if (type != fs::file_type::regular)
+    throw BuildError(output + ": not a regular file; the build replaces nothing else");
+  for (const std::string& input : inputs)
+    if (fs::equivalent(output, input, ec))
+      throw BuildError(output + ": one of the build's inputs (" + input + "); not replaced");
+  return true;
+}
+
 // The database under construction, under a name of its own beside the
 // output. Unless kept, it is removed.
 class TempDatabase {
@@ -75,10 +95,18 @@ class TempDatabase {
 
   flm::Database* db() const { return db_; }
 
-  void keepAs(const std::string& output) {
+  // Something may have been put at the output while the build ran. Forced,
+  // the build looks at it again; otherwise, or where nothing is, the name is
+  // taken only while free, so that nothing is replaced however late it came.
+  void keepAs(const std::string& output, bool force, const std::vector<std::string>& inputs) {
     flm::Session::close(&session_);
     std::error_code ec;
-    fs::rename(path_, output, ec);
+    if (force && mayReplace(output, force, inputs))
+      fs::rename(path_, output, ec);
+    else
+      ec = platform::renameNoReplace(path_, output);
+    if (ec == std::errc::file_exists)
+      throw BuildError(output + ": made by something else during the build; not replaced");
     if (ec) throw BuildError(output + ": cannot put the database there: " + ec.message());
     kept_ = true;
   }
@@ -104,9 +132,8 @@ struct OmwLanguage {
 // One wordnet per language, in the order of their codes, so that a language
 // keeps its store from build to build of the same sources. All are read
 // before anything is written.
-std::vector<OmwLanguage> readOmwLanguages(const std::vector<std::string>& dirs,
+std::vector<OmwLanguage> readOmwLanguages(const std::vector<std::string>& files,
                                           Progress& progress) {
-  std::vector<std::string> files = findOmwFiles(dirs);
   progress.stage("reading OMW", files.size());
   std::vector<OmwLanguage> languages;
   for (const std::string& path : files) {
@@ -133,8 +160,11 @@ std::vector<OmwLanguage> readOmwLanguages(const std::vector<std::string>& dirs,
 
 void checkOptions(const PolylexBuildOptions& o) {
   if (o.output.empty()) throw BuildError("no output file given");
-  if (fs::exists(o.output) && !o.force)
-    throw BuildError(o.output + ": already exists; force the build to replace it");
+  // A database is opened by a path that fits a handle's buffer.
+  if (o.output.size() >= flm::kPathSize)
+    throw BuildError(o.output + ": path too long for a database (" +
+                     std::to_string(o.output.size()) + " bytes; at most " +
+                     std::to_string(flm::kPathSize - 1) + ")");
   if (!fs::is_directory(o.wordnetDir))
     throw BuildError(o.wordnetDir + ": no such WordNet directory");
   // Record dumps are loaded last: a missing one should not cost a whole build.
@@ -177,12 +207,24 @@ void loadRecordFiles(flm::Database* db, const std::vector<std::string>& files, P
   }
 }
 
+// Every file the build reads.
+std::vector<std::string> inputFiles(const PolylexBuildOptions& o,
+                                    const std::vector<std::string>& omwFiles) {
+  std::vector<std::string> files = wordNetFiles(o.wordnetDir);
+  files.insert(files.end(), omwFiles.begin(), omwFiles.end());
+  files.insert(files.end(), o.recordFiles.begin(), o.recordFiles.end());
+  return files;
+}
+
 PolylexBuildResult build(const PolylexBuildOptions& options) {
   checkOptions(options);
+  const std::vector<std::string> omwFiles = findOmwFiles(options.omwDirs);
+  const std::vector<std::string> inputs = inputFiles(options, omwFiles);
+  mayReplace(options.output, options.force, inputs);
   Progress progress(options.progress);
   PolylexBuildResult result;
   // The small sources first, so that bad input in them fails at once.
-  std::vector<OmwLanguage> omw = readOmwLanguages(options.omwDirs, progress);
+  std::vector<OmwLanguage> omw = readOmwLanguages(omwFiles, progress);
   WordNet wn = readWordNet(options.wordnetDir, progress);
   result.languages.push_back(reportFor(kEnglish, options.wordnetDir, layout::kFirstLanguageStore));
   for (const OmwLanguage& o : omw)
@@ -200,7 +242,7 @@ PolylexBuildResult build(const PolylexBuildOptions& options) {
     w.commit();
   }
   loadRecordFiles(temp.db(), options.recordFiles, progress);
-  temp.keepAs(options.output);
+  temp.keepAs(options.output, options.force, inputs);
   result.ok = true;
   return result;
 }

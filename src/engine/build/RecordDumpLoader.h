@@ -27,7 +27,7 @@ namespace build {
 // value is read by the field's type in the dictionary:
 // - text: as written, except that the one double quote the dump puts before
 //   a text that begins with one, and after a text that ends with one, is
-//   taken off again;
+//   taken off again; it must be UTF-8 without NUL bytes;
 // - number: decimal with an optional "-". A number reads as itself: the
 //   dumper writes a number that the dump's unsigned 32-bit reading cannot
 //   show (a negative one among them) in signed decimal, so 4294967295 stays

@@ -4,11 +4,11 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
 namespace build {
-namespace {
 
 bool isUtf8(std::string_view s) {
   int32_t i = 0;
@@ -21,9 +21,11 @@ bool isUtf8(std::string_view s) {
   return true;
 }
 
-}  // namespace
-
 TextFile::TextFile(std::string path) : path_(std::move(path)) {
+  // A folder opens, and reads as nothing at all.
+  std::error_code ignored;
+  if (std::filesystem::is_directory(path_, ignored))
+    throw BuildError(path_ + ": a folder, not a file");
   std::ifstream in(path_, std::ios::binary);
   if (!in) throw BuildError(path_ + ": cannot read: " + std::strerror(errno));
   std::ostringstream bytes;

@@ -35,6 +35,9 @@ class TextFile {
   size_t line_ = 0;
 };
 
+// Whether `text` is well-formed UTF-8 (an ASCII NUL is).
+bool isUtf8(std::string_view text);
+
 // The pieces of `line` between the separators; n separators give n+1 pieces.
 std::vector<std::string_view> splitFields(std::string_view line, char separator);
 

@@ -19,6 +19,11 @@ struct DataFile {
 
 constexpr DataFile kDataFiles[] = {{"noun", 'n'}, {"verb", 'v'}, {"adj", 'a'}, {"adv", 'r'}};
 
+std::string indexPath(const std::string& dir, const DataFile& d) {
+  return dir + "/index." + d.name;
+}
+std::string dataPath(const std::string& dir, const DataFile& d) { return dir + "/data." + d.name; }
+
 // What a synset's line says before the targets of its pointers are known.
 struct PendingPointer {
   const WordNetRelation* relation;
@@ -197,6 +202,9 @@ void readDataFile(const std::string& path, char dataFile, const SenseIndex& sens
                   std::vector<PendingSynset>* pending) {
   DataFileSynsets span{dataFile, static_cast<uint32_t>(wn->synsets.size()), 0, 0};
   TextFile file(path);
+  // Even a part of speech left out keeps the licence at the head of its
+  // file: a file with nothing at all was cut short or never written.
+  if (file.contents().empty()) throw BuildError(path + ": an empty data file");
   std::string_view line;
   while (file.next(&line)) {
     if (isLicence(line)) continue;
@@ -275,13 +283,22 @@ WordNet readWordNet(const std::string& dir, Progress& progress) {
   std::array<std::string, std::size(kDataFiles)> paths;  // outlive `pending`, which names them
   progress.stage("reading WordNet", std::size(kDataFiles));
   for (size_t i = 0; i < std::size(kDataFiles); ++i) {
-    SenseIndex senses = readIndex(dir + "/index." + kDataFiles[i].name);
-    paths[i] = dir + "/data." + kDataFiles[i].name;
+    SenseIndex senses = readIndex(indexPath(dir, kDataFiles[i]));
+    paths[i] = dataPath(dir, kDataFiles[i]);
     readDataFile(paths[i], kDataFiles[i].file, senses, &wn, &pending);
     progress.advance();
   }
   resolvePointers(&wn, pending);
   return wn;
+}
+
+std::vector<std::string> wordNetFiles(const std::string& dir) {
+  std::vector<std::string> files;
+  for (const DataFile& d : kDataFiles) {
+    files.push_back(indexPath(dir, d));
+    files.push_back(dataPath(dir, d));
+  }
+  return files;
 }
 
 char dataFileOf(char pos) {

@@ -65,6 +65,8 @@ struct WordNet {
 
 // Throws BuildError naming the file and line of anything it cannot read.
 WordNet readWordNet(const std::string& dir, Progress& progress);
+// The files of `dir` that readWordNet reads.
+std::vector<std::string> wordNetFiles(const std::string& dir);
 
 // The data file a part-of-speech letter of WordNet's or OMW's names (n, v,
 // a, s, r); 0 for any other letter.
