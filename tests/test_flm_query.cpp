@@ -87,6 +87,13 @@ Terms cat(std::initializer_list<Terms> parts) {
   return out;
 }
 
+Terms times(const Terms& part, size_t n) {
+  Terms out;
+  out.reserve(part.size() * n);
+  for (size_t i = 0; i < n; ++i) out.insert(out.end(), part.begin(), part.end());
+  return out;
+}
+
 // The criteria as one line, for the trace of a failing row.
 std::string show(const Terms& terms) {
   std::string out;
@@ -329,6 +336,37 @@ TEST_F(FlmQueryOperators, PrecedenceAndParentheses) {
       {cat({{kNot, kOpen}, b, {kClose, kAnd, cnt, kLt, num(1)}}), {4, 5}},
       {cat({{kNot, kOpen}, a, {kOr}, b, {kClose}}), {4, 6, 7}},
       {{kNot, kNot, ratio}, {5}},
+  });
+}
+
+// Nesting and chaining as deep as anyone writes them, and far deeper: tens
+// of thousands of nots, brackets and operators, each shape as it nests to
+// the left, to the right and inside itself.
+TEST_F(FlmQueryOperators, CriteriaOfAnyDepth) {
+  const Terms five = {cnt, kEq, num(5)};
+  expectAll({
+      {cat({times({kNot}, 35000), {ratio}}), {5}},
+      {cat({times({kNot}, 35001), {ratio}}), {1, 2, 3, 4, 6, 7}},
+      {cat({times({kOpen}, 100000), five, times({kClose}, 100000)}), {1, 2}},
+      {cat({times({kNot, kOpen}, 50001), five, times({kClose}, 50001)}), {4, 5, 6, 7}},
+      {cat({five, times(cat({{kAnd}, five}), 30000)}), {1, 2}},
+      {cat({times({cnt, kGt, num(0), kAnd, kOpen}, 30000), {cnt, kLt, num(6)},
+            times({kClose}, 30000)}),
+       {1, 2}},
+      {cat({{cnt, kEq, num(0)}, times(cat({{kOr}, five}), 30000)}), {1, 2, 5}},
+      // Unions within unions narrow through the key table as one union.
+      {cat({times({rid, kEq, num(2), kOr, kOpen}, 30000), {cnt, kEq, num(0)},
+            times({kClose}, 30000)}),
+       {2, 5}},
+      {cat({times({kOpen}, 30000), {rid, kEq, num(7)},
+            times({kClose, kOr, rid, kEq, num(3)}, 30000)}),
+       {3, 7}},
+      // Arithmetic to the left, to the right, and unary minus on minus.
+      {cat({{cnt}, times({kPlus, num(1)}, 50000), {kEq, num(50005)}}), {1, 2}},
+      {cat({{cnt}, times({kPlus, kOpen, num(1)}, 50000), {kPlus, num(1)}, times({kClose}, 50000),
+            {kEq, num(50006)}}),
+       {1, 2}},
+      {cat({times({kMinus}, 50001), {cnt, kEq, num(3)}}), {4}},
   });
 }
 
@@ -842,6 +880,25 @@ TEST_F(FlmQueryParse, MalformedCriteria) {
   EXPECT_EQ(c->addField(nullptr, 0, 0), FERR_INVALID_PARM);
   EXPECT_EQ(c->addValue(FLM_INT32_VAL, nullptr, 0), FERR_INVALID_PARM);
   Cursor::free(&c);
+}
+
+// Malformed criteria of any depth are refused as any others are.
+TEST_F(FlmQueryParse, MalformedCriteriaOfAnyDepth) {
+  const Terms five = {cnt, kEq, num(5)};
+  const std::vector<Terms> malformed = {
+      times({kNot}, 100000),
+      times({kOpen}, 100000),
+      times({kAnd}, 100000),
+      cat({times({kOpen}, 100000), five}),
+      cat({five, times({kClose}, 100000)}),
+      cat({times({kOpen}, 100000), five, times({kClose}, 99999)}),
+      cat({times({kMinus}, 100000), {kOpen}, five, {kClose}}),
+      cat({times({kNot, kOpen}, 50000), five, times({kClose}, 50000), {kEq, num(1)}}),
+      cat({five, times(cat({{kAnd}, five}), 30000), {kAnd}}),
+  };
+  for (const Terms& terms : malformed) {
+    EXPECT_EQ(validateError(terms), FERR_CURSOR_SYNTAX) << show(terms).substr(0, 60);
+  }
 }
 
 TEST_F(FlmQueryParse, TextMustSpellANumberForNumericFields) {
