@@ -1,6 +1,7 @@
 #include "flm/Criteria.h"
 
 #include "flm/Evaluator.h"
+#include "flm/SmallVector.h"
 
 namespace flm {
 namespace {
@@ -68,7 +69,7 @@ class Parser {
     int precedence = 0;
     int left = -1;
   };
-  using Stack = std::vector<Pending>;
+  using Stack = SmallVector<Pending, 16>;
 
   static Pending startExpression(int precedence) {
     return {Pending::Expression, 0, precedence, -1};
