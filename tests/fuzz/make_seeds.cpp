@@ -133,7 +133,8 @@ void criteriaSeeds(const fs::path& out) {
   for (size_t i = 0; i < criteria.size(); ++i)
     seeds.add(std::string(1, static_cast<char>(i)) + criteria[i]);
   const std::vector<std::string> deep = deepCriteria();
-  for (size_t i = 0; i < deep.size(); ++i) seeds.add(std::string(1, static_cast<char>(i)) + deep[i]);
+  for (size_t i = 0; i < deep.size(); ++i)
+    seeds.add(std::string(1, static_cast<char>(i)) + deep[i]);
 }
 
 // The database in pages of SQLite's smallest size, so that the fuzzer
