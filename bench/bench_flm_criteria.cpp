@@ -97,6 +97,12 @@ void countIs(flm::Cursor* c, uint32_t n) {
   number(c, n);
 }
 
+void literalIs(flm::Cursor* c, const std::string& word) {
+  field(c, kLiteral);
+  c->addOp(flm::FLM_EQ_OP);
+  text(c, word);
+}
+
 // count == 1 && count >= 0 && count >= 0 ...: finds record 1.
 void andChain(flm::Cursor* c) {
   countIs(c, 1);
@@ -112,9 +118,7 @@ void andChain(flm::Cursor* c) {
 void orChain(flm::Cursor* c) {
   for (size_t i = 0; i < kPieces; i += 4) {
     if (i) c->addOp(flm::FLM_OR_OP);
-    field(c, kLiteral);
-    c->addOp(flm::FLM_EQ_OP);
-    text(c, "word " + std::to_string(i / 4 % kRecords + 1));
+    literalIs(c, "word " + std::to_string(i / 4 % kRecords + 1));
   }
 }
 
@@ -129,15 +133,16 @@ void nestedNots(flm::Cursor* c) {
   ops(c, flm::FLM_RPAREN_OP, depth);
 }
 
-// count == 3 || ( count == 3 || ( ... ) ): unions within unions.
+// literal == "word 3" || ( literal == "word 3" || ( ... ) ): unions within
+// unions, narrowed through the index as one.
 void nestedUnions(flm::Cursor* c) {
   const size_t depth = (kPieces - 3) / 6;
   for (size_t i = 0; i < depth; ++i) {
-    countIs(c, 3);
+    literalIs(c, "word 3");
     c->addOp(flm::FLM_OR_OP);
     c->addOp(flm::FLM_LPAREN_OP);
   }
-  countIs(c, 3);
+  literalIs(c, "word 3");
   ops(c, flm::FLM_RPAREN_OP, depth);
 }
 
