@@ -146,14 +146,20 @@ TEST(CriteriaReading, BufferLimit) {
   EXPECT_EQ(read("ab\\nc", 3), (Tokens{"ab", "\nc"}));
   EXPECT_EQ(read("abc", 1), Tokens{});
 
-  EXPECT_EQ(criteriaBufferSize(17), 18u);
-  EXPECT_EQ(criteriaBufferSize(65534), 65535u);
-  EXPECT_EQ(criteriaBufferSize(65535), 65535u) << "would wrap to 0";
-  EXPECT_EQ(criteriaBufferSize(65536 + 10), 65535u) << "would wrap to 11";
-  EXPECT_EQ(criteriaBufferSize(SIZE_MAX), 65535u);
-  Tokens cut = read("'" + std::string(70000, 'a') + "' b");
-  EXPECT_EQ(cut, (Tokens{"q:" + std::string(65534, 'a'), std::string(70000 - 65534, 'a') + "'",
-                         "b"}));
+  // The buffer's size is kept in 16 bits and wraps round.
+  const struct {
+    size_t length;
+    uint16_t size;
+  } sizes[] = {{0, 1}, {17, 18}, {65534, 65535}, {65535, 0}, {65539, 4}, {65536 + 10, 11},
+               {SIZE_MAX, 0}};
+  for (const auto& s : sizes) EXPECT_EQ(criteriaBufferSize(s.length), s.size) << s.length;
+  auto padded = [](std::string criteria, size_t length) {
+    criteria.resize(length, ' ');
+    return criteria;
+  };
+  EXPECT_EQ(read(padded("abcdefg hi", 65539)), (Tokens{"abc", "def", "g", "hi"}));
+  EXPECT_EQ(read(padded("abcdefg hi", 65535)), Tokens{}) << "no room for any token";
+  EXPECT_EQ(read(padded("abcdefg hi", 65534)), (Tokens{"abcdefg", "hi"}));
   EXPECT_EQ(read("x" + std::string(70000, ' ') + "y"), (Tokens{"x", "y"}));
 }
 

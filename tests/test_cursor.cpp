@@ -332,17 +332,115 @@ TEST_F(CursorStore, CriteriaStringsEndingEarlyOrFailing) {
   EXPECT_EQ(walk(c), kAllWords);
 }
 
+// The token buffer is the string's length plus one, kept in 16 bits.
 TEST_F(CursorStore, LongCriteriaStrings) {
-  // 65535 bytes would wrap a 16-bit buffer size to 0 and lose every token.
-  for (size_t length : {65535, 70000}) {
-    std::string criteria = "LITERAL == pear";
+  auto padded = [](std::string criteria, size_t length) {
     criteria.resize(length, ' ');
-    EXPECT_EQ(select(criteria), (Numbers{1})) << length;
+    return criteria;
+  };
+  // The longest string that is read whole.
+  EXPECT_EQ(select(padded("LITERAL == pear", 65534)), (Numbers{1}));
+  // One byte more needs 65536, which wraps round to none: the criteria end
+  // before their first token.
+  EXPECT_EQ(select(padded("LITERAL == pear", 65535)), kAllWords);
+  // Four bytes cut every token after three. Read whole, "#20*" is field 20 (its
+  // leading digits) and the criteria say COUNT - 1 >= 2; cut, it is field 20
+  // and a multiplication: COUNT * -1 >= 2.
+  const std::string arithmetic = "#20* - 1 >= 2";
+  EXPECT_EQ(select(arithmetic), (Numbers{1, 3, 6}));
+  EXPECT_EQ(select(padded(arithmetic, 65539)), (Numbers{5}));
+}
+
+// ---------------------------------------------------------------------------
+// Criteria nested or chained past any reasonable depth
+
+namespace {
+
+std::string repeated(const std::string& text, size_t times) {
+  std::string out;
+  out.reserve(text.size() * times);
+  for (size_t i = 0; i < times; ++i) out += text;
+  return out;
+}
+
+// Blanks after the criteria so that the token buffer, whose 16-bit size
+// wraps round, holds the longest of their tokens.
+std::string roomy(std::string criteria) {
+  while ((criteria.size() + 1) % 65536 < 16) criteria += ' ';
+  return criteria;
+}
+
+}  // namespace
+
+// Each shape answers, or fails with the syntax code, without running the
+// stack out as 35,000 nots and 100,000 brackets once did. Shapes that take
+// several tokens a level nest less deep, for as many tokens.
+TEST_F(CursorStore, DeepAndLongCriteriaStrings) {
+  const std::string x = "A == x";
+  const struct {
+    std::string criteria;
+    Numbers words;  // empty: malformed
+  } cases[] = {
+      {repeated("! ", 35000) + "\\( " + x + " \\)", {1, 3, 5}},
+      {repeated("! ", 35001) + "\\( " + x + " \\)", {2, 4, 6}},
+      {repeated("\\( ", 100000) + x + repeated(" \\)", 100000), {1, 3, 5}},
+      {repeated("! \\( ", 17501) + x + repeated(" \\)", 17501), {2, 4, 6}},
+      {x + repeated(" && " + x, 2000), {1, 3, 5}},
+      {"A == w" + repeated(" || A == w", 2000) + " || A == y", {2, 6}},
+      {repeated("A == w || \\( ", 7000) + "A == y" + repeated(" \\)", 7000), {2, 6}},
+      {repeated("A == x && \\( ", 7000) + "COUNT == 3" + repeated(" \\)", 7000), {1, 3}},
+      {"COUNT" + repeated(" + 1", 17500) + " == 17503", {1, 3}},
+      {"COUNT == " + repeated("- ", 35000) + "3", {1, 3}},
+      {repeated("! ", 35000), {}},
+      {repeated("&& ", 15000), {}},
+      {repeated("\\( ", 35000) + x, {}},
+      {x + repeated(" \\)", 35000), {}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.criteria.substr(0, 40));
+    FlmCursor cursor(db, kWords, 0);
+    if (c.words.empty()) {
+      EXPECT_EQ(cursor.SetCriteria(roomy(c.criteria).c_str()), 0);
+      EXPECT_EQ(code(cursor), "CURSOR_SYNTAX");
+      EXPECT_EQ(thrown([&] { cursor.GetRecCount(); }), "CURSOR_SYNTAX");
+    } else {
+      EXPECT_EQ(cursor.SetCriteria(roomy(c.criteria).c_str()), 1) << code(cursor);
+      EXPECT_EQ(walk(cursor), c.words);
+    }
   }
-  // A value longer than the largest buffer is cut in two: a value after a value.
-  FlmCursor c(db, kWords, 0);
-  EXPECT_EQ(c.SetCriteria(("LITERAL == '" + std::string(70000, 'p') + "'").c_str()), 0);
-  EXPECT_EQ(code(c), "CURSOR_SYNTAX");
+}
+
+TEST_F(CursorStore, DeepCriteriaPieceByPiece) {
+  constexpr unsigned short kNot = 20, kOpen = 39, kClose = 40;
+  auto ops = [](FlmCursor& c, unsigned short op, size_t times) {
+    for (size_t i = 0; i < times; ++i)
+      if (!c.AddOp(op)) return false;
+    return true;
+  };
+  auto aIsX = [](FlmCursor& c) { return c.AddField(kA, 0, 0) && c.AddOp(kEq) && c.AddValue("x"); };
+
+  FlmCursor nots(db, kWords, 0);
+  ASSERT_TRUE(ops(nots, kNot, 35001) && ops(nots, kOpen, 1) && aIsX(nots) && ops(nots, kClose, 1));
+  ASSERT_EQ(nots.Validate(), 1) << code(nots);
+  EXPECT_EQ(walk(nots), (Numbers{2, 4, 6}));
+
+  FlmCursor brackets(db, kWords, 0);
+  ASSERT_TRUE(ops(brackets, kOpen, 35000) && aIsX(brackets) && ops(brackets, kClose, 35000));
+  ASSERT_EQ(brackets.Validate(), 1) << code(brackets);
+  EXPECT_EQ(walk(brackets), (Numbers{1, 3, 5}));
+
+  FlmCursor chain(db, kWords, 0);
+  ASSERT_TRUE(aIsX(chain));
+  for (int i = 0; i < 2000; ++i) ASSERT_TRUE(chain.AddOp(kAnd) && aIsX(chain));
+  ASSERT_EQ(chain.Validate(), 1) << code(chain);
+  EXPECT_EQ(walk(chain), (Numbers{1, 3, 5}));
+
+  for (unsigned short op : {kNot, kOpen, kAnd}) {
+    FlmCursor alone(db, kWords, 0);
+    ASSERT_TRUE(ops(alone, op, 35000));
+    EXPECT_EQ(alone.Validate(), 0) << op;
+    EXPECT_EQ(code(alone), "CURSOR_SYNTAX") << op;
+  }
 }
 
 // ---------------------------------------------------------------------------

@@ -87,6 +87,13 @@ Terms cat(std::initializer_list<Terms> parts) {
   return out;
 }
 
+Terms times(const Terms& part, size_t n) {
+  Terms out;
+  out.reserve(part.size() * n);
+  for (size_t i = 0; i < n; ++i) out.insert(out.end(), part.begin(), part.end());
+  return out;
+}
+
 // The criteria as one line, for the trace of a failing row.
 std::string show(const Terms& terms) {
   std::string out;
@@ -330,6 +337,51 @@ TEST_F(FlmQueryOperators, PrecedenceAndParentheses) {
       {cat({{kNot, kOpen}, a, {kOr}, b, {kClose}}), {4, 6, 7}},
       {{kNot, kNot, ratio}, {5}},
   });
+}
+
+// Nesting as deep as this once ran the call stack out. Shapes that take
+// several pieces a level nest less deep, for as many pieces.
+constexpr int32_t kDeep = 35000;
+
+// The first pieces of long criteria, for the trace of a failing row.
+std::string head(const Terms& terms) {
+  return show(Terms(terms.begin(), terms.begin() + std::min<size_t>(terms.size(), 12)));
+}
+
+// Nesting and chaining far deeper than anyone writes them: nots, brackets,
+// and operators nesting to the left, to the right and inside themselves.
+TEST_F(FlmQueryOperators, CriteriaOfAnyDepth) {
+  const Terms five = {cnt, kEq, num(5)};
+  const Case deep[] = {
+      {cat({times({kNot}, kDeep), {ratio}}), {5}},
+      {cat({times({kNot}, kDeep + 1), {ratio}}), {1, 2, 3, 4, 6, 7}},
+      {cat({times({kOpen}, kDeep), five, times({kClose}, kDeep)}), {1, 2}},
+      {cat({times({kNot, kOpen}, kDeep / 2 + 1), five, times({kClose}, kDeep / 2 + 1)}),
+       {4, 5, 6, 7}},
+      {cat({five, times(cat({{kAnd}, five}), 2000)}), {1, 2}},
+      {cat({times({cnt, kGt, num(0), kAnd, kOpen}, kDeep / 5), {cnt, kLt, num(6)},
+            times({kClose}, kDeep / 5)}),
+       {1, 2}},
+      // Arithmetic to the left, to the right, and minus of minus.
+      {cat({{cnt}, times({kPlus, num(1)}, kDeep / 2), {kEq, num(5 + kDeep / 2)}}), {1, 2}},
+      {cat({{cnt}, times({kPlus, kOpen, num(1)}, kDeep / 3), {kPlus, num(1)},
+            times({kClose}, kDeep / 3), {kEq, num(6 + kDeep / 3)}}),
+       {1, 2}},
+      {cat({times({kMinus}, kDeep + 1), {cnt, kEq, num(3)}}), {4}},
+  };
+  for (const Case& c : deep) EXPECT_EQ(select(kData, c.terms), c.expected) << head(c.terms);
+  // Unions within unions narrow through the key table as one union, and find
+  // what the unindexed copy finds.
+  const Case unions[] = {
+      {cat({{cnt, kEq, num(0)}, times(cat({{kOr}, five}), 2000)}), {1, 2, 5}},
+      {cat({times({rid, kEq, num(2), kOr, kOpen}, kDeep / 5), {cnt, kEq, num(0)},
+            times({kClose}, kDeep / 5)}),
+       {2, 5}},
+      {cat({times({kOpen}, kDeep / 5), {rid, kEq, num(7)},
+            times({kClose, kOr, rid, kEq, num(3)}, kDeep / 5)}),
+       {3, 7}},
+  };
+  for (const Case& c : unions) EXPECT_EQ(both(c.terms), c.expected) << head(c.terms);
 }
 
 TEST_F(FlmQueryOperators, PathsFromTheRootAndTagsAnywhere) {
@@ -842,6 +894,23 @@ TEST_F(FlmQueryParse, MalformedCriteria) {
   EXPECT_EQ(c->addField(nullptr, 0, 0), FERR_INVALID_PARM);
   EXPECT_EQ(c->addValue(FLM_INT32_VAL, nullptr, 0), FERR_INVALID_PARM);
   Cursor::free(&c);
+}
+
+// Malformed criteria of any depth are refused as any others are.
+TEST_F(FlmQueryParse, MalformedCriteriaOfAnyDepth) {
+  const Terms five = {cnt, kEq, num(5)};
+  const std::vector<Terms> malformed = {
+      times({kNot}, kDeep),
+      times({kOpen}, kDeep),
+      times({kAnd}, kDeep),
+      cat({times({kOpen}, kDeep), five}),
+      cat({five, times({kClose}, kDeep)}),
+      cat({times({kMinus}, kDeep), {kOpen}, five, {kClose}}),
+      cat({times({kNot, kOpen}, kDeep / 2), five, times({kClose}, kDeep / 2), {kEq, num(1)}}),
+  };
+  for (const Terms& terms : malformed) {
+    EXPECT_EQ(validateError(terms), FERR_CURSOR_SYNTAX) << head(terms);
+  }
 }
 
 TEST_F(FlmQueryParse, TextMustSpellANumberForNumericFields) {

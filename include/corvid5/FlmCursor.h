@@ -92,8 +92,11 @@ class CORVID5_API FlmCursor : public FlmContext {
   // not used.
   int AddValue(node* field, int unused);
   // Adds to the criteria already held; a null string clears them and answers
-  // 1. Criteria strings of any length are read; a single token longer than
-  // 65534 bytes is cut into pieces of that length.
+  // 1. Tokens are read into a buffer of the string's length plus one, that
+  // size kept in 16 bits: from 65535 bytes on it wraps round (65539 bytes
+  // give 4), and a token is cut where it no longer fits, its rest read as the
+  // next token. Criteria nested or chained to any depth get an answer or an
+  // error.
   int SetCriteria(const char* criteria);
   // The whole flags word goes to the engine on each call.
   void Wildcards(int on);

@@ -1,6 +1,7 @@
 #include "flm/Criteria.h"
 
 #include "flm/Evaluator.h"
+#include "flm/SmallVector.h"
 
 namespace flm {
 namespace {
@@ -40,6 +41,10 @@ bool digitsOnly(const std::u16string& t) {
   return true;
 }
 
+// Criteria may nest brackets and prefix operators, or chain operators, as
+// deep as they were written: what waits for an operand is kept on a stack of
+// the parser's own, so that depth costs memory in proportion and never the
+// call stack.
 class Parser {
  public:
   Parser(const std::vector<Piece>& pieces, const Dictionary* dictionary, ParsedCriteria* out)
@@ -48,13 +53,28 @@ class Parser {
   RCODE run() {
     if (pieces_.empty()) return FERR_OK;
     out_->nodes.reserve(pieces_.size());
-    int root = expression(1);
+    int root = expression();
     if (rc_ == FERR_OK && pos_ != pieces_.size()) rc_ = FERR_CURSOR_SYNTAX;
     if (rc_ == FERR_OK) out_->root = root;
     return rc_;
   }
 
  private:
+  // What waits for an operand: an expression taking binary operators of at
+  // least `precedence` (with `op`, once read, waiting for its right operand),
+  // an open bracket, or a prefix operator.
+  struct Pending {
+    enum Kind : uint8_t { Expression, Bracket, Prefix } kind;
+    uint16_t op = 0;
+    int precedence = 0;
+    int left = -1;
+  };
+  using Stack = SmallVector<Pending, 16>;
+
+  static Pending startExpression(int precedence) {
+    return {Pending::Expression, 0, precedence, -1};
+  }
+
   const Piece* peek() const { return pos_ < pieces_.size() ? &pieces_[pos_] : nullptr; }
   bool peekOp(uint16_t op) const { return peek() && peek()->kind == Piece::Op && peek()->op == op; }
 
@@ -68,40 +88,77 @@ class Parser {
     return static_cast<int>(out_->nodes.size() - 1);
   }
 
-  int primary() {
+  // Operators bind by precedence, left to right: `a op1 b op2 c` takes b as
+  // op1's right operand unless op2 binds tighter. Prefix operators take one
+  // field, value or bracket.
+  int expression() {
+    Stack stack{startExpression(1)};
+    for (;;) {
+      int operand = openOperand(&stack);
+      for (;;) {
+        if (operand < 0) return -1;
+        Pending& top = stack.back();
+        top.left = top.op ? combine(top.op, top.left, operand) : operand;
+        top.op = 0;
+        if (top.left < 0) return -1;
+        if (continues(&stack)) break;
+        operand = stack.back().left;
+        stack.pop_back();
+        if (stack.empty()) return operand;
+        operand = closeOperand(&stack, operand);
+      }
+    }
+  }
+
+  // Reads prefix operators and open brackets onto the stack up to the field
+  // or value they lead to, and answers that.
+  int openOperand(Stack* stack) {
+    for (;;) {
+      const Piece* p = peek();
+      if (!p) return fail(FERR_CURSOR_SYNTAX);
+      ++pos_;
+      if (p->kind == Piece::Field) return add({Expr::Field, 0, p->set, p, {}});
+      if (p->kind == Piece::Value) return add({Expr::Value, 0, 0, p, {}});
+      if (p->op == FLM_LPAREN_OP) {
+        stack->push_back({Pending::Bracket});
+        stack->push_back(startExpression(1));
+      } else if (p->op == FLM_NOT_OP || p->op == FLM_MINUS_OP) {
+        stack->push_back({Pending::Prefix, p->op});
+        stack->push_back(startExpression(kUnaryPrecedence));
+      } else {
+        return fail(FERR_CURSOR_SYNTAX);
+      }
+    }
+  }
+
+  // Whether the expression on top takes the next piece as its binary
+  // operator; if so, it waits for the right operand.
+  bool continues(Stack* stack) {
     const Piece* p = peek();
-    if (!p) return fail(FERR_CURSOR_SYNTAX);
+    Pending& top = stack->back();
+    if (!p || p->kind != Piece::Op) return false;
+    int precedence = binaryPrecedence(p->op);
+    if (precedence == 0 || precedence < top.precedence) return false;
     ++pos_;
-    if (p->kind == Piece::Field) return add({Expr::Field, 0, p->set, p, {}});
-    if (p->kind == Piece::Value) return add({Expr::Value, 0, 0, p, {}});
-    if (p->op == FLM_LPAREN_OP) {
-      int inner = expression(1);
+    top.op = p->op;
+    stack->push_back(startExpression(precedence + 1));
+    return true;
+  }
+
+  // A finished expression closes the bracket or prefix that waited for it;
+  // what that makes is the operand of the expression below.
+  int closeOperand(Stack* stack, int inner) {
+    Pending waiting = stack->back();
+    if (waiting.kind == Pending::Expression) return inner;
+    stack->pop_back();
+    if (waiting.kind == Pending::Bracket) {
       if (!peekOp(FLM_RPAREN_OP)) return fail(FERR_CURSOR_SYNTAX);
       ++pos_;
       return inner;
     }
-    if (p->op == FLM_NOT_OP || p->op == FLM_MINUS_OP) {
-      int operand = expression(kUnaryPrecedence);
-      if (operand < 0) return -1;
-      if (p->op == FLM_MINUS_OP && !yieldsValue(out_->nodes[operand]))
-        return fail(FERR_CURSOR_SYNTAX);
-      return add({Expr::Unary, p->op, 0, nullptr, {operand}});
-    }
-    return fail(FERR_CURSOR_SYNTAX);
-  }
-
-  int expression(int minPrecedence) {
-    int left = primary();
-    while (left >= 0 && peek() && peek()->kind == Piece::Op) {
-      uint16_t op = peek()->op;
-      int precedence = binaryPrecedence(op);
-      if (precedence == 0 || precedence < minPrecedence) break;
-      ++pos_;
-      int right = expression(precedence + 1);
-      if (right < 0) return -1;
-      left = combine(op, left, right);
-    }
-    return left;
+    if (waiting.op == FLM_MINUS_OP && !yieldsValue(out_->nodes[inner]))
+      return fail(FERR_CURSOR_SYNTAX);
+    return add({Expr::Unary, waiting.op, 0, nullptr, {inner}});
   }
 
   int combine(uint16_t op, int left, int right) {

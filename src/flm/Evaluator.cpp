@@ -3,6 +3,7 @@
 #include <string>
 
 #include "flm/IndexKeys.h"
+#include "flm/SmallVector.h"
 #include "flm/Value.h"
 
 namespace flm {
@@ -106,82 +107,164 @@ bool operandOf(const Node* field, Operand* out) {
   return numericValue(field, &out->number);
 }
 
-void Evaluator::values(int node, const Binding* bindings, std::vector<Operand>* out) const {
-  out->clear();
-  const Expr& e = criteria_.nodes[node];
+void Evaluator::leafValues(const Expr& e, const Binding* bindings,
+                           std::vector<Operand>* out) const {
   if (e.kind == Expr::Value) {
     out->push_back(e.value());
     return;
   }
-  if (e.kind == Expr::Field) {
-    const Binding& b = bindings[e.set];
-    if (!b.root) return;
-    if (e.path().size() == 1 && e.path()[0] == FLM_RECID_FIELD) {
-      out->push_back(Operand{Operand::Number, b.drn, 0, {}});
-      return;
-    }
-    forEachOnPath(b.root, e.path(), [&](const Node* field) {
-      Operand o;
-      if (operandOf(field, &o)) out->push_back(std::move(o));
-    });
+  const Binding& b = bindings[e.set];
+  if (!b.root) return;
+  if (e.path().size() == 1 && e.path()[0] == FLM_RECID_FIELD) {
+    out->push_back(Operand{Operand::Number, b.drn, 0, {}});
     return;
   }
-  if (e.kind == Expr::Unary && e.op == FLM_MINUS_OP) {
-    values(e.kids[0], bindings, out);
-    for (Operand& o : *out) {
-      int64_t n;
-      if (numeric(o, &n)) o = Operand{Operand::Number, static_cast<int64_t>(0 - static_cast<uint64_t>(n)), 0, {}};
-      else if (o.kind == Operand::Real) o.real = -o.real;
-    }
-    return;
-  }
-  std::vector<Operand> left, right;
-  values(e.kids[0], bindings, &left);
-  values(e.kids[1], bindings, &right);
-  if (left.size() * right.size() > kMaxCombinations) {
-    cutShort_ = true;
-    return;
-  }
-  Operand r;
-  for (const Operand& a : left)
-    for (const Operand& b : right)
-      if (arithmetic(e.op, a, b, &r)) out->push_back(r);
+  forEachOnPath(b.root, e.path(), [&](const Node* field) {
+    Operand o;
+    if (operandOf(field, &o)) out->push_back(std::move(o));
+  });
 }
 
-Truth Evaluator::truth(int node, const Binding* bindings) const {
+void Evaluator::values(int node, const Binding* bindings, std::vector<Operand>* out) const {
+  out->clear();
   const Expr& e = criteria_.nodes[node];
-  switch (e.kind) {
-    case Expr::All: {
-      Truth result = Truth::True;
-      for (int kid : e.kids) {
-        Truth t = truth(kid, bindings);
-        if (t == Truth::False) return Truth::False;
-        if (t == Truth::Unknown) result = Truth::Unknown;
-      }
-      return result;
+  if (e.kind == Expr::Field || e.kind == Expr::Value)
+    leafValues(e, bindings, out);
+  else
+    computedValues(node, bindings, out);
+}
+
+// Arithmetic nests as deep as it was written, so its operands are worked out
+// from a stack of our own: each operator's operands before the operator.
+void Evaluator::computedValues(int root, const Binding* bindings,
+                               std::vector<Operand>* out) const {
+  struct Step {
+    int node;
+    bool operandsDone;
+  };
+  std::vector<Step> todo{{root, false}};
+  std::vector<std::vector<Operand>> done;
+  while (!todo.empty()) {
+    Step step = todo.back();
+    todo.pop_back();
+    const Expr& e = criteria_.nodes[step.node];
+    if (e.kind == Expr::Field || e.kind == Expr::Value) {
+      done.emplace_back();
+      leafValues(e, bindings, &done.back());
+    } else if (!step.operandsDone) {
+      todo.push_back({step.node, true});
+      for (size_t k = e.kids.size(); k-- > 0;) todo.push_back({e.kids[k], false});
+    } else if (e.kind == Expr::Unary) {
+      negateAll(&done.back());
+    } else {
+      std::vector<Operand> right = std::move(done.back());
+      done.pop_back();
+      combineAll(e.op, &done.back(), right);
     }
-    case Expr::Any: {
-      Truth result = Truth::False;
-      for (int kid : e.kids) {
-        Truth t = truth(kid, bindings);
-        if (t == Truth::True) return Truth::True;
-        if (t == Truth::Unknown) result = Truth::Unknown;
+  }
+  *out = std::move(done.back());
+}
+
+void Evaluator::negateAll(std::vector<Operand>* operands) {
+  for (Operand& o : *operands) {
+    int64_t n;
+    if (numeric(o, &n))
+      o = Operand{Operand::Number, static_cast<int64_t>(0 - static_cast<uint64_t>(n)), 0, {}};
+    else if (o.kind == Operand::Real)
+      o.real = -o.real;
+  }
+}
+
+// Every value of the left side with every value of the right, in place of the
+// left side's values.
+void Evaluator::combineAll(uint16_t op, std::vector<Operand>* left,
+                           const std::vector<Operand>& right) const {
+  std::vector<Operand> combined;
+  if (left->size() * right.size() > kMaxCombinations) {
+    cutShort_ = true;
+  } else {
+    Operand r;
+    for (const Operand& a : *left)
+      for (const Operand& b : right)
+        if (arithmetic(op, a, b, &r)) combined.push_back(r);
+  }
+  *left = std::move(combined);
+}
+
+namespace {
+
+// And, or and not: what combines truths rather than values.
+bool isConnective(const Expr& e) {
+  return e.kind == Expr::All || e.kind == Expr::Any ||
+         (e.kind == Expr::Unary && e.op == FLM_NOT_OP);
+}
+
+}  // namespace
+
+Truth Evaluator::truth(int node, const Binding* bindings) const {
+  return isConnective(criteria_.nodes[node]) ? connectiveTruth(node, bindings)
+                                             : simpleTruth(node, bindings);
+}
+
+// Connectives nest as deep as they were written, so they are walked with a
+// stack of our own. An and stops at its first false term, an or at its first
+// true one.
+Truth Evaluator::connectiveTruth(int root, const Binding* bindings) const {
+  struct Open {
+    int node;
+    uint32_t next;  // the next term to evaluate
+    Truth sofar;
+  };
+  auto open = [&](int n) {
+    return Open{n, 0, criteria_.nodes[n].kind == Expr::Any ? Truth::False : Truth::True};
+  };
+  SmallVector<Open, 16> stack{open(root)};
+  Truth answer = Truth::Unknown;
+  bool answered = false;  // `answer` is the truth of the top's last term
+  for (;;) {
+    Open& top = stack.back();
+    const Expr& e = criteria_.nodes[top.node];
+    if (answered && fold(e, answer, &top.sofar)) top.next = static_cast<uint32_t>(e.kids.size());
+    answered = false;
+    if (top.next < e.kids.size()) {
+      int term = e.kids[top.next++];
+      if (isConnective(criteria_.nodes[term])) {
+        stack.push_back(open(term));
+      } else {
+        answer = simpleTruth(term, bindings);
+        answered = true;
       }
-      return result;
+      continue;
     }
-    case Expr::Unary:
-      if (e.op == FLM_NOT_OP) return negate(truth(e.kids[0], bindings));
-      break;
-    case Expr::Binary:
-      if (isComparisonOp(e.op)) {
-        std::vector<Operand> left, right;
-        values(e.kids[0], bindings, &left);
-        values(e.kids[1], bindings, &right);
-        return compare(e.op, left, right);
-      }
-      break;
-    default:
-      break;
+    answer = top.sofar;
+    stack.pop_back();
+    if (stack.empty()) return answer;
+    answered = true;
+  }
+}
+
+// Folds one term's truth into a connective's; true when that decides it.
+bool Evaluator::fold(const Expr& connective, Truth term, Truth* sofar) {
+  if (connective.kind == Expr::Unary) {
+    *sofar = negate(term);
+    return true;
+  }
+  Truth deciding = connective.kind == Expr::All ? Truth::False : Truth::True;
+  if (term == deciding) {
+    *sofar = deciding;
+    return true;
+  }
+  if (term == Truth::Unknown) *sofar = Truth::Unknown;
+  return false;
+}
+
+Truth Evaluator::simpleTruth(int node, const Binding* bindings) const {
+  const Expr& e = criteria_.nodes[node];
+  if (e.kind == Expr::Binary && isComparisonOp(e.op)) {
+    std::vector<Operand> left, right;
+    values(e.kids[0], bindings, &left);
+    values(e.kids[1], bindings, &right);
+    return compare(e.op, left, right);
   }
   // A value where a truth is wanted: true when any of its values is set.
   std::vector<Operand> vals;

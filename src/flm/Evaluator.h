@@ -40,6 +40,14 @@ class Evaluator {
   bool cutShort() const { return cutShort_; }
 
  private:
+  void leafValues(const Expr& e, const Binding* bindings, std::vector<Operand>* out) const;
+  void computedValues(int root, const Binding* bindings, std::vector<Operand>* out) const;
+  static void negateAll(std::vector<Operand>* operands);
+  void combineAll(uint16_t op, std::vector<Operand>* left, const std::vector<Operand>& right) const;
+  Truth connectiveTruth(int root, const Binding* bindings) const;
+  static bool fold(const Expr& connective, Truth term, Truth* sofar);
+  // A comparison, or a value standing for a truth.
+  Truth simpleTruth(int node, const Binding* bindings) const;
   Truth compare(uint16_t op, const std::vector<Operand>& left,
                 const std::vector<Operand>& right) const;
   bool compareOne(uint16_t op, const Operand& a, const Operand& b) const;

@@ -117,6 +117,7 @@ class QueryRun {
   bool indexFor(int set, const FieldPath& path, uint16_t* index, uint16_t* component) const;
   Narrowing narrow(int set) const;
   bool narrowTerm(int set, int n, Narrowing* out) const;
+  bool narrowSimple(int set, int n, Narrowing* out) const;
   bool narrowComparison(int set, uint16_t op, const FieldPath& path, const Operand& v,
                         Narrowing* out) const;
   bool narrowText(int set, uint16_t op, uint16_t ix, uint16_t comp, const std::u16string& v,
@@ -168,11 +169,17 @@ void QueryRun::splitConjuncts() {
   for (int t : terms_) masks_.push_back(setMask(t));
 }
 
+// The sets whose fields the term reads, found without recursing: terms nest
+// as deep as they were written.
 uint16_t QueryRun::setMask(int n) const {
-  const Expr& e = node(n);
-  if (e.kind == Expr::Field) return static_cast<uint16_t>(1u << e.set);
   uint16_t mask = 0;
-  for (int kid : e.kids) mask |= setMask(kid);
+  SmallVector<int, 16> todo{n};
+  while (!todo.empty()) {
+    const Expr& e = node(todo.back());
+    todo.pop_back();
+    if (e.kind == Expr::Field) mask |= static_cast<uint16_t>(1u << e.set);
+    for (int kid : e.kids) todo.push_back(kid);
+  }
   return mask;
 }
 
@@ -200,22 +207,33 @@ Narrowing QueryRun::narrow(int set) const {
   return best;
 }
 
-// A union of narrowable equalities narrows as well as its weakest term.
+// A union of narrowable comparisons narrows as well as its weakest term. The
+// terms of unions within it, however deep, join its own, each once.
 bool QueryRun::narrowTerm(int set, int n, Narrowing* out) const {
-  const Expr& e = node(n);
-  if (e.kind == Expr::Any) {
-    out->rank = kRecords;
-    out->exact = true;
-    for (int kid : e.kids) {
-      Narrowing k;
-      if (!narrowTerm(set, kid, &k)) return false;
-      out->rank = std::min(out->rank, k.rank);
-      out->exact = out->exact && k.exact;
-      out->drns.insert(out->drns.end(), k.drns.begin(), k.drns.end());
-      for (KeyProbe& p : k.probes) out->probes.push_back(std::move(p));
+  if (node(n).kind != Expr::Any) return narrowSimple(set, n, out);
+  out->rank = kRecords;
+  out->exact = true;
+  SmallVector<int, 16> todo{n};
+  while (!todo.empty()) {
+    int at = todo.back();
+    todo.pop_back();
+    const Expr& e = node(at);
+    if (e.kind == Expr::Any) {
+      for (size_t k = e.kids.size(); k-- > 0;) todo.push_back(e.kids[k]);
+      continue;
     }
-    return true;
+    Narrowing k;
+    if (!narrowSimple(set, at, &k)) return false;
+    out->rank = std::min(out->rank, k.rank);
+    out->exact = out->exact && k.exact;
+    out->drns.insert(out->drns.end(), k.drns.begin(), k.drns.end());
+    for (KeyProbe& p : k.probes) out->probes.push_back(std::move(p));
   }
+  return true;
+}
+
+bool QueryRun::narrowSimple(int set, int n, Narrowing* out) const {
+  const Expr& e = node(n);
   if (e.kind != Expr::Binary || !isComparisonOp(e.op)) return false;
   const Expr& l = node(e.kids[0]);
   const Expr& r = node(e.kids[1]);

@@ -58,6 +58,7 @@ class SmallVector {
     if (size_ == capacity_) reserve(2 * capacity_);
     data()[size_++] = value;
   }
+  void pop_back() { --size_; }
   void reserve(size_t capacity) {
     if (capacity <= capacity_) return;
     auto grown = std::make_unique_for_overwrite<T[]>(capacity);

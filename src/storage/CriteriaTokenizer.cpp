@@ -85,7 +85,7 @@ constexpr OperatorName kOperators[] = {
 }  // namespace
 
 uint16_t criteriaBufferSize(size_t criteriaLength) {
-  return criteriaLength >= UINT16_MAX ? UINT16_MAX : static_cast<uint16_t>(criteriaLength + 1);
+  return static_cast<uint16_t>(criteriaLength + 1);
 }
 
 CriteriaTokenizer::CriteriaTokenizer(const char* criteria, char* buffer, uint16_t bufferSize)

@@ -15,11 +15,11 @@ class NameTable;
 
 namespace storage {
 
-// The token buffer's size is an unsigned 16-bit number, as it always was:
-// the criteria's length plus its terminator. A longer criteria string used to
-// wrap that size round to a few bytes; here the size stops at 65535 instead,
-// so such a string is still read whole and only a single token longer than
-// 65534 bytes is cut (its remainder becomes the next token).
+// The token buffer's size: the criteria's length plus its terminator, kept as
+// an unsigned 16-bit number as it always was. A string of 65535 bytes or more
+// wraps it round: 65535 bytes leave no room at all (the criteria end at once),
+// 65539 bytes a buffer of 4, whose tokens are cut after 3 bytes (the rest of a
+// cut token reads as the next one).
 uint16_t criteriaBufferSize(size_t criteriaLength);
 
 // One token, classified.
@@ -34,8 +34,9 @@ struct CriteriaToken {
 };
 
 // Reads the criteria one token at a time into a buffer of the caller's, which
-// must hold `bufferSize` bytes (at least 1). A token never grows past
-// bufferSize - 1 bytes and is always terminated.
+// must hold `bufferSize` bytes. A token never grows past bufferSize - 1 bytes
+// and is always terminated; a buffer of no bytes holds no token, so the
+// criteria end at once.
 class CriteriaTokenizer {
  public:
   CriteriaTokenizer(const char* criteria, char* buffer, uint16_t bufferSize);

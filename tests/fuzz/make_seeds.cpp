@@ -93,6 +93,28 @@ void dumpSeeds(const fs::path& out, const std::string& path) {
   }
 }
 
+std::string repeated(const std::string& text, size_t times) {
+  std::string out;
+  for (size_t i = 0; i < times; ++i) out += text;
+  return out;
+}
+
+// Nesting and chains as deep and long as an input of the criteria target
+// may hold (4 KB): what once ran out of stack or time.
+std::vector<std::string> deepCriteria() {
+  return {
+      repeated("! ", 2000),
+      repeated("\\( ", 650) + "LITERAL == dog" + repeated(" \\)", 650),
+      repeated("! \\( ", 480) + "SENSE == 1" + repeated(" \\)", 480),
+      "LITERAL == dog" + repeated(" && SENSE >= 1", 250),
+      "LITERAL == dog" + repeated(" || LITERAL == cat", 200),
+      repeated("LITERAL == dog || \\( ", 150) + "SENSE == 2" + repeated(" \\)", 150),
+      "SENSE == " + repeated("- ", 1900) + "1",
+      "SENSE" + repeated(" + 1", 900) + " == 901",
+      repeated("&& ", 1300),
+  };
+}
+
 // The first byte picks the cursor's place and flags (see fuzz_criteria).
 void criteriaSeeds(const fs::path& out) {
   Seeds seeds(out, "criteria");
@@ -114,6 +136,9 @@ void criteriaSeeds(const fs::path& out) {
   };
   for (size_t i = 0; i < criteria.size(); ++i)
     seeds.add(std::string(1, static_cast<char>(i)) + criteria[i]);
+  const std::vector<std::string> deep = deepCriteria();
+  for (size_t i = 0; i < deep.size(); ++i)
+    seeds.add(std::string(1, static_cast<char>(i)) + deep[i]);
 }
 
 // The database in pages of SQLite's smallest size, so that the fuzzer
