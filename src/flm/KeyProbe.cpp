@@ -158,8 +158,11 @@ RCODE containerRecords(Database* db, uint32_t store, uint16_t container,
 
 RCODE indexRecords(Database* db, uint16_t index, uint32_t store, uint16_t component, bool text,
                    std::vector<uint32_t>* drns) {
+  // Texts the collation cannot tell apart (an ignorable character, a
+  // tatweel) still differ: each spelling's records stay together, so that a
+  // walk that skips repeats of the text just seen meets each spelling once.
   static const std::string byText =
-      std::string(kHead) + " AND sortkey IS NOT NULL ORDER BY sortkey, drn";
+      std::string(kHead) + " AND sortkey IS NOT NULL ORDER BY sortkey, exact, drn";
   static const std::string byValue = std::string(kHead) + " ORDER BY exact, drn";
   std::vector<uint32_t> all;
   RCODE rc = collect(db, text ? byText : byValue, headParams(index, store, component), 0, &all);

@@ -31,9 +31,10 @@ struct OrderKey {
   int64_t integer = 0;
   double value = 0;
   std::string bytes;  // Text: the sort key
+  std::string exact;  // Text: the text itself, for texts the collation cannot tell apart
   bool operator<(const OrderKey& o) const {
     if (rank != o.rank) return rank < o.rank;
-    if (rank != Number) return bytes < o.bytes;
+    if (rank != Number) return bytes != o.bytes ? bytes < o.bytes : exact < o.exact;
     if (!real && !o.real) return integer < o.integer;
     return (real ? value : static_cast<double>(integer)) <
            (o.real ? o.value : static_cast<double>(o.integer));
@@ -595,6 +596,7 @@ RCODE QueryRun::keep(const Binding& result) {
     k.integer = v.integer;
     k.value = v.real;
     k.bytes = v.kind == KeyValue::Text ? v.sortKey : v.exact;
+    if (v.kind == KeyValue::Text) k.exact = v.exact;
     if (!any || k < m.key) m.key = k;
     any = true;
   });
