@@ -1,6 +1,7 @@
 // Faults from outside the library: a build killed at any moment, a disk that
-// fills in the middle of writing, and readers that must leave the file as
-// they found it.
+// fills in the middle of writing, a writer killed in the middle of its
+// transactions, a damaged file, and readers that must leave the file as they
+// found it.
 //
 // The builds here take English from the WordNet 3.0 synsets that the Danish
 // wordnet names (with the pointers among them) and Danish from its own tab
@@ -12,10 +13,14 @@
 #include <spawn.h>
 #include <sys/wait.h>
 
+#include <unistd.h>
+
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <random>
 #include <thread>
 #include <vector>
 
@@ -23,6 +28,7 @@
 #include "engine/Layout.h"
 #include "flm/Database.h"
 #include "flm/ErrorCodes.h"
+#include "flm/Session.h"
 #include "support/BuiltDatabase.h"
 #include "support/LoadedDatabase.h"
 #include "support/Slices.h"
@@ -356,6 +362,178 @@ TEST(FullDisk, RefusalInsideATransactionEndsItWholeAndItCanBeDoneAgainWithRoom) 
   loaded.close();
   expectVariantsThrough(path, added + 1);
   EXPECT_EQ(integrity(path), "ok");
+}
+
+// ---------------------------------------------------------------------------
+// A writer killed while it adds records
+
+constexpr uint32_t kPerTransaction = 20;
+
+// The child's part: from transaction `first` on, adds transaction after
+// transaction of variants, the n-th transaction numbers n, and after each
+// commit writes the number to `report`. It runs until it is killed.
+[[noreturn]] void writeUntilKilled(const std::string& path, uint32_t first, int report) {
+  flm::Session* session = nullptr;
+  flm::Database* db = nullptr;
+  if (flm::Session::create(1024, 0, &session) ||
+      session->openDatabase(path.c_str(), nullptr, 0, &db))
+    _exit(2);
+  for (uint32_t t = first;; ++t) {
+    if (db->transBegin()) _exit(3);
+    FlmError error;
+    for (uint32_t n = (t - 1) * kPerTransaction + 1; n <= t * kPerTransaction; ++n)
+      if (!addVariant(db, n, &error)) _exit(4);
+    if (db->transCommit()) _exit(5);
+    if (write(report, &t, sizeof t) != static_cast<ssize_t>(sizeof t)) _exit(6);
+  }
+}
+
+// The last transaction number the child reported, or `none`.
+uint32_t lastReported(int report, uint32_t none) {
+  uint32_t last = none, t = 0;
+  while (read(report, &t, sizeof t) == static_cast<ssize_t>(sizeof t)) last = t;
+  return last;
+}
+
+// How many whole transactions a read-only open sees, checking that it sees
+// each whole or not at all; 0 with a failure when it cannot open.
+uint32_t transactionsSeen(const std::string& path) {
+  flm::Session* session = nullptr;
+  EXPECT_EQ(flm::Session::create(1024, 0, &session), flm::FERR_OK);
+  flm::Database* db = nullptr;
+  const flm::RCODE rc = session->openDatabase(path.c_str(), nullptr, flm::FO_READ_ONLY, &db);
+  EXPECT_EQ(rc, flm::FERR_OK) << "a read-only open was refused: " << flm::errorName(rc);
+  uint32_t count = 0;
+  if (db) {
+    EXPECT_EQ(db->recordCount(kStore, kVariants, &count), flm::FERR_OK);
+  }
+  flm::Session::close(&session);
+  EXPECT_EQ(count % kPerTransaction, 0u) << "a transaction was seen in part";
+  if (count == 0) return 0;
+  testdb::StoredDatabase stored(path);
+  testdb::Record last(stored, kStore, kVariants, count);
+  EXPECT_EQ(last.text(layout::kLiteral), literalOf(count));
+  EXPECT_EQ(stored.find(layout::kByLiteral, kStore, 1, literalOf(count)),
+            std::vector<uint32_t>{count});
+  return count / kPerTransaction;
+}
+
+TEST(KilledWriter, ReadOnlyOpensSeeEveryCommitAndNothingUncommitted) {
+  testdb::LoadedDatabase loaded(kOneMeaning);
+  const std::string path = engineDatabase(loaded.handle())->path();
+  loaded.close();
+  std::mt19937 random(20261123);
+  const Clock::time_point end = Clock::now() + std::chrono::seconds(4);
+  uint32_t committed = 0;
+  int kills = 0, journals = 0;
+  while (kills < 40 && Clock::now() < end) {
+    SCOPED_TRACE("kill " + std::to_string(kills + 1));
+    int report[2];
+    ASSERT_EQ(pipe(report), 0);
+    const pid_t writer = fork();
+    ASSERT_GE(writer, 0);
+    if (writer == 0) {
+      close(report[0]);
+      writeUntilKilled(path, committed + 1, report[1]);
+    }
+    close(report[1]);
+    std::this_thread::sleep_for(std::chrono::microseconds(2000 + random() % 30000));
+    kill(writer, SIGKILL);
+    const int status = waitFor(writer);
+    ASSERT_TRUE(WIFSIGNALED(status)) << "the writer stopped by itself: " << WEXITSTATUS(status);
+    const uint32_t reported = lastReported(report[0], committed);
+    close(report[0]);
+    journals += fs::exists(path + "-journal");
+    // A commit may have finished just before the kill, with its report unsent.
+    const uint32_t seen = transactionsSeen(path);
+    EXPECT_TRUE(seen == reported || seen == reported + 1)
+        << seen << " transactions seen, " << reported << " reported committed";
+    if (::testing::Test::HasFailure()) break;
+    committed = seen;
+    ++kills;
+  }
+  EXPECT_GE(kills, 10);
+  EXPECT_GT(journals, 0) << "no kill came inside a transaction";
+  EXPECT_GT(committed, 0u) << "no kill came after a commit";
+}
+
+// ---------------------------------------------------------------------------
+// A damaged copy of a built database
+
+// Every command that prints data, with arguments that find something in the
+// small build.
+std::vector<std::vector<std::string>> dataCommands(const std::string& word) {
+  return {{"langs"},
+          {"lookup", word},
+          {"translate", word, "--from", "en"},
+          {"related", word, "--lang", "en"},
+          {"export", word, "--lang", "en"},
+          {"dict", "--lang", "en"},
+          {"dict", "--lang", "fr"},
+          {"relations"},
+          {"ontology"},
+          {"dump", "--store", std::to_string(kStore), "--container", std::to_string(kVariants),
+           "--criteria", "LITERAL == " + word}};
+}
+
+testdb::CommandRun corvidOn(const std::string& db, std::vector<std::string> args) {
+  args.insert(args.begin(), {"--db", db});
+  return testdb::corvid(args);
+}
+
+// The first line where two outputs part, for a message that fits a screen.
+std::string firstDifference(const std::string& a, const std::string& b) {
+  size_t at = 0;
+  while (at < a.size() && at < b.size() && a[at] == b[at]) ++at;
+  const size_t start = a.rfind('\n', at) == std::string::npos ? 0 : a.rfind('\n', at) + 1;
+  return "at byte " + std::to_string(at) + ": \"" + a.substr(start, 80) + "\" became \"" +
+         b.substr(start, 80) + "\"";
+}
+
+TEST(DamagedDatabase, EveryDataCommandPrintsWhatTheIntactCopyPrintsOrFailsInOneLine) {
+  if (!fs::exists(testfiles::wordnetDir() + "/data.noun")) GTEST_SKIP() << "no WordNet 3.0 files";
+  testfiles::ScratchDir dir;
+  const std::string intact = dir.file("intact.db");
+  slices::buildSmallDatabase(intact, dir.file("sources"));
+  const auto commands = dataCommands("dog");
+  std::vector<std::string> expected;
+  for (const auto& command : commands) {
+    const testdb::CommandRun run = corvidOn(intact, command);
+    ASSERT_EQ(run.status, 0) << command[0] << ": " << run.err;
+    ASSERT_FALSE(run.out.empty()) << command[0];
+    expected.push_back(run.out);
+  }
+  const std::string bytes = testfiles::readFile(intact);
+  constexpr size_t kDamage = 1024;
+  constexpr size_t kPlaces = 32;
+  const size_t stride = bytes.size() / kPlaces;
+  ASSERT_GT(stride, 2 * kDamage);
+  const std::string copy = dir.file("damaged.db");
+  std::mt19937 random(20261123);
+  size_t failedRuns = 0;
+  for (size_t place = 0; place < kPlaces; ++place) {
+    // Random bytes and zeros by turns, somewhere in each stretch of the file.
+    const size_t offset = place * stride + random() % (stride - kDamage);
+    const bool zeros = place % 2 == 1;
+    std::string damaged = bytes;
+    for (size_t i = offset; i < offset + kDamage; ++i)
+      damaged[i] = zeros ? '\0' : static_cast<char>(random());
+    testfiles::writeFile(copy, damaged);
+    for (size_t c = 0; c < commands.size(); ++c) {
+      SCOPED_TRACE(commands[c][0] + " with " + (zeros ? "zeros" : "random bytes") + " at " +
+                   std::to_string(offset));
+      const testdb::CommandRun run = corvidOn(copy, commands[c]);
+      if (run.status == 0) {
+        EXPECT_TRUE(run.out == expected[c]) << firstDifference(expected[c], run.out);
+        continue;
+      }
+      ++failedRuns;
+      EXPECT_EQ(run.status, 1) << "crashed or exited oddly";
+      EXPECT_TRUE(run.err.starts_with("corvid: ")) << run.err;
+      EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
+    }
+  }
+  EXPECT_GT(failedRuns, kPlaces) << "the damage met too little of what the commands read";
 }
 
 // ---------------------------------------------------------------------------

@@ -108,6 +108,10 @@ class Database {
   static RCODE open(Session& session, const char* path, uint32_t flags,
                     std::unique_ptr<Database>* out);
   RCODE connect(int sqliteFlags);
+  RCODE connectForOpen();
+  void disconnect();
+  static RCODE rollBackAbandonedJournal(const std::string& path);
+  RCODE reservePageChecksums();
   RCODE checkTarget(uint32_t store, uint16_t container) const;
   RCODE checkRecord(uint32_t store, uint16_t container, uint32_t drn) const;
   bool cachesRecords() const;
