@@ -1,5 +1,7 @@
 // One database: one SQLite file holding a dictionary, records by (store,
-// container, number), and the keys of the dictionary's indexes.
+// container, number), and the keys of the dictionary's indexes. Its pages
+// carry checksums (PageChecksum.h); its journal is SQLite's rollback journal,
+// which a read-only open rolls back first when a writer died with it.
 #ifndef CORVID5_FLM_DATABASE_H
 #define CORVID5_FLM_DATABASE_H
 
