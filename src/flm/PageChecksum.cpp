@@ -42,17 +42,22 @@ struct File {
   // one else can write the file while it is held.
   std::vector<uint64_t> mappedGood;
 
-  bool wholePage(int amount, sqlite3_int64 offset) const {
-    return checked && pageSize && static_cast<uint32_t>(amount) == pageSize &&
-           offset % pageSize == 0;
+  // Whether `amount` bytes at `offset` are whole pages. SQLite reads and
+  // writes one page at a time, but a VACUUM to a smaller page size writes
+  // the new pages several at a time.
+  bool wholePages(int amount, sqlite3_int64 offset) const {
+    return checked && pageSize && amount > 0 && amount % pageSize == 0 && offset % pageSize == 0;
   }
   uint32_t pageNumber(sqlite3_int64 offset) const {
     return static_cast<uint32_t>(offset / pageSize) + 1;
   }
-  bool holds(const void* page, sqlite3_int64 offset) const {
-    auto* bytes = static_cast<const unsigned char*>(page);
-    return pageChecksum(bytes, pageSize, pageNumber(offset)) ==
-           loadLittleEndian(bytes + pageSize - kPageChecksumBytes);
+  bool holds(const void* pages, int amount, sqlite3_int64 offset) const {
+    auto* bytes = static_cast<const unsigned char*>(pages);
+    for (int at = 0; at < amount; at += static_cast<int>(pageSize))
+      if (pageChecksum(bytes + at, pageSize, pageNumber(offset + at)) !=
+          loadLittleEndian(bytes + at + pageSize - kPageChecksumBytes))
+        return false;
+    return true;
   }
   bool knownGood(uint32_t page) const {
     size_t word = page / 64;
@@ -96,22 +101,47 @@ int fileRead(sqlite3_file* f, void* buffer, int amount, sqlite3_int64 offset) {
   int rc = file->real->pMethods->xRead(file->real, buffer, amount, offset);
   if (rc != SQLITE_OK) return rc;
   if (offset == 0) file->learnFrom(buffer, amount);
-  if (file->wholePage(amount, offset) && !file->holds(buffer, offset)) return SQLITE_IOERR_DATA;
+  if (file->wholePages(amount, offset) && !file->holds(buffer, amount, offset))
+    return SQLITE_IOERR_DATA;
   return SQLITE_OK;
+}
+
+// A VACUUM to a larger page size writes each new page as pieces of the old
+// size, in order: the last piece gets the checksum of the whole page.
+int writeLastPiece(File* file, const void* buffer, int amount, sqlite3_int64 offset) {
+  const sqlite3_int64 start = offset + amount - file->pageSize;
+  thread_local std::vector<unsigned char> page;
+  page.resize(file->pageSize);
+  const int before = static_cast<int>(offset - start);
+  int rc = file->real->pMethods->xRead(file->real, page.data(), before, start);
+  if (rc != SQLITE_OK) return rc;
+  std::memcpy(page.data() + before, buffer, static_cast<size_t>(amount));
+  const uint32_t number = file->pageNumber(start);
+  file->forget(number);
+  storeLittleEndian(page.data() + file->pageSize - kPageChecksumBytes,
+                    pageChecksum(page.data(), file->pageSize, number));
+  return file->real->pMethods->xWrite(file->real, page.data() + before, amount, offset);
 }
 
 int fileWrite(sqlite3_file* f, const void* buffer, int amount, sqlite3_int64 offset) {
   File* file = fileOf(f);
   if (offset == 0) file->learnFrom(buffer, amount);
-  if (!file->wholePage(amount, offset))
+  const bool lastPiece = file->checked && amount >= kPageChecksumBytes &&
+                         static_cast<uint32_t>(amount) < file->pageSize &&
+                         (offset + amount) % file->pageSize == 0;
+  if (lastPiece) return writeLastPiece(file, buffer, amount, offset);
+  if (!file->wholePages(amount, offset))
     return file->real->pMethods->xWrite(file->real, buffer, amount, offset);
-  file->forget(file->pageNumber(offset));
-  thread_local std::vector<unsigned char> page;
-  page.assign(static_cast<const unsigned char*>(buffer),
-              static_cast<const unsigned char*>(buffer) + amount);
-  storeLittleEndian(page.data() + amount - kPageChecksumBytes,
-                    pageChecksum(page.data(), file->pageSize, file->pageNumber(offset)));
-  return file->real->pMethods->xWrite(file->real, page.data(), amount, offset);
+  thread_local std::vector<unsigned char> pages;
+  pages.assign(static_cast<const unsigned char*>(buffer),
+               static_cast<const unsigned char*>(buffer) + amount);
+  for (int at = 0; at < amount; at += static_cast<int>(file->pageSize)) {
+    const uint32_t number = file->pageNumber(offset + at);
+    file->forget(number);
+    storeLittleEndian(pages.data() + at + file->pageSize - kPageChecksumBytes,
+                      pageChecksum(pages.data() + at, file->pageSize, number));
+  }
+  return file->real->pMethods->xWrite(file->real, pages.data(), amount, offset);
 }
 
 int fileTruncate(sqlite3_file* f, sqlite3_int64 size) {
@@ -184,11 +214,12 @@ int fileShmUnmap(sqlite3_file* f, int deleteFlag) {
 int fileFetch(sqlite3_file* f, sqlite3_int64 offset, int amount, void** out) {
   File* file = fileOf(f);
   int rc = file->real->pMethods->xFetch(file->real, offset, amount, out);
-  if (rc != SQLITE_OK || !*out || !file->wholePage(amount, offset)) return rc;
-  uint32_t page = file->pageNumber(offset);
-  if (file->knownGood(page)) return SQLITE_OK;
-  if (file->holds(*out, offset)) {
-    if (file->lock >= SQLITE_LOCK_SHARED) file->markGood(page);
+  if (rc != SQLITE_OK || !*out || !file->wholePages(amount, offset)) return rc;
+  const uint32_t page = file->pageNumber(offset);
+  const bool onePage = amount == static_cast<int>(file->pageSize);
+  if (onePage && file->knownGood(page)) return SQLITE_OK;
+  if (file->holds(*out, amount, offset)) {
+    if (onePage && file->lock >= SQLITE_LOCK_SHARED) file->markGood(page);
     return SQLITE_OK;
   }
   rc = file->real->pMethods->xUnfetch(file->real, offset, *out);
