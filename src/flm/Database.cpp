@@ -122,13 +122,17 @@ RCODE Database::open(Session& session, const char* path, uint32_t flags,
                      std::unique_ptr<Database>* out) {
   std::unique_ptr<Database> d(new Database(session, path ? path : "", flags));
   RCODE rc = d->guard_.acquire(path, flags & FO_EXCLUSIVE);
+  // A writer killed in the middle of a commit can leave a header that counts
+  // pages it had not yet written, with the journal that undoes it beside.
+  if (rc == FERR_DATA_ERROR && !rollBackAbandonedJournal(d->path_))
+    rc = d->guard_.acquire(path, flags & FO_EXCLUSIVE);
   if (!rc && !d->collation_.ok()) rc = FERR_FAILURE;
+  if (!rc) rc = d->connectForOpen();
   // A writer killed between the journal check and the reader's first read
   // leaves a journal that only a second check can roll back.
-  for (int attempt = 0; !rc; ++attempt) {
-    rc = d->connectForOpen();
-    if (rc != FERR_PERMISSION || !(flags & FO_READ_ONLY) || attempt == 2) break;
+  for (int retry = 0; retry < 2 && rc == FERR_PERMISSION && (flags & FO_READ_ONLY); ++retry) {
     d->disconnect();
+    rc = d->connectForOpen();
   }
   if (rc) return rc;
   *out = std::move(d);

@@ -25,11 +25,12 @@ int variantCriteria(FlmCursor& cursor, uint32_t topConcept) {
 }
 
 // A top concept read afresh from the ontology; null when it is not there or
-// could not be read, and `error` then says which.
-TopConcept* readTopConcept(void* database, uint32_t id, TopConcept* (*make)(), FlmError* error) {
+// could not be read, and `error` (when given) then says which.
+TopConcept* readTopConcept(void* database, uint32_t id, TopConcept* (*make)(),
+                           FlmError* error = nullptr) {
   FlmRecord record(meanings::kNoRoot, meanings::kPoolBlock);
   const int read = record.Retrieve(database, kIliStore, kTopConcepts, id);
-  *error = record.GetFlmError();
+  if (error) *error = record.GetFlmError();
   if (!read) return nullptr;
   TopConcept* topConcept = make();
   if (topConcept) *topConcept = record;
@@ -253,9 +254,8 @@ int LinkedTopConcepts::Goto(int position, TopConcept** topConcept) {
   if (position < 1 || position > m_nCount) return 0;
   // Walking throws nothing: a linked concept that cannot be read ends the
   // walk short of the count, which is how a client can tell.
-  FlmError error;
   *topConcept = readTopConcept(GetDatabase(), m_pIds->ids[position - 1],
-                               [] { return new (std::nothrow) TopConcept; }, &error);
+                               [] { return new (std::nothrow) TopConcept; });
   if (!*topConcept) return 0;
   m_nPosition = position;
   return 1;
