@@ -1,6 +1,7 @@
 // Faults from outside the library: a build killed at any moment, a disk that
-// fills in the middle of writing, and readers that must leave the file as
-// they found it.
+// fills in the middle of writing, a writer killed in the middle of its
+// transactions, a damaged file, and readers that must leave the file as they
+// found it.
 //
 // The builds here take English from the WordNet 3.0 synsets that the Danish
 // wordnet names (with the pointers among them) and Danish from its own tab
@@ -12,10 +13,15 @@
 #include <spawn.h>
 #include <sys/wait.h>
 
+#include <unistd.h>
+
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <map>
+#include <random>
 #include <thread>
 #include <vector>
 
@@ -23,6 +29,7 @@
 #include "engine/Layout.h"
 #include "flm/Database.h"
 #include "flm/ErrorCodes.h"
+#include "flm/Session.h"
 #include "support/BuiltDatabase.h"
 #include "support/LoadedDatabase.h"
 #include "support/Slices.h"
@@ -356,6 +363,361 @@ TEST(FullDisk, RefusalInsideATransactionEndsItWholeAndItCanBeDoneAgainWithRoom) 
   loaded.close();
   expectVariantsThrough(path, added + 1);
   EXPECT_EQ(integrity(path), "ok");
+}
+
+// ---------------------------------------------------------------------------
+// A writer killed while it adds records
+
+constexpr uint32_t kPerTransaction = 20;
+
+// The child's part: from transaction `first` on, adds transaction after
+// transaction of variants, the n-th transaction numbers n, and after each
+// commit writes the number to `report`. It runs until it is killed.
+[[noreturn]] void writeUntilKilled(const std::string& path, uint32_t first, int report) {
+  flm::Session* session = nullptr;
+  flm::Database* db = nullptr;
+  if (flm::Session::create(1024, 0, &session) ||
+      session->openDatabase(path.c_str(), nullptr, 0, &db))
+    _exit(2);
+  for (uint32_t t = first;; ++t) {
+    if (db->transBegin()) _exit(3);
+    FlmError error;
+    for (uint32_t n = (t - 1) * kPerTransaction + 1; n <= t * kPerTransaction; ++n)
+      if (!addVariant(db, n, &error)) _exit(4);
+    if (db->transCommit()) _exit(5);
+    if (write(report, &t, sizeof t) != static_cast<ssize_t>(sizeof t)) _exit(6);
+  }
+}
+
+// The last transaction number the child reported, or `none`.
+uint32_t lastReported(int report, uint32_t none) {
+  uint32_t last = none, t = 0;
+  while (read(report, &t, sizeof t) == static_cast<ssize_t>(sizeof t)) last = t;
+  return last;
+}
+
+// How many whole transactions a read-only open sees, checking that it sees
+// each whole or not at all; 0 with a failure when it cannot open.
+uint32_t transactionsSeen(const std::string& path) {
+  flm::Session* session = nullptr;
+  EXPECT_EQ(flm::Session::create(1024, 0, &session), flm::FERR_OK);
+  flm::Database* db = nullptr;
+  const flm::RCODE rc = session->openDatabase(path.c_str(), nullptr, flm::FO_READ_ONLY, &db);
+  EXPECT_EQ(rc, flm::FERR_OK) << "a read-only open was refused: " << flm::errorName(rc);
+  uint32_t count = 0;
+  if (db) {
+    EXPECT_EQ(db->recordCount(kStore, kVariants, &count), flm::FERR_OK);
+  }
+  flm::Session::close(&session);
+  EXPECT_EQ(count % kPerTransaction, 0u) << "a transaction was seen in part";
+  if (count == 0) return 0;
+  testdb::StoredDatabase stored(path);
+  testdb::Record last(stored, kStore, kVariants, count);
+  EXPECT_EQ(last.text(layout::kLiteral), literalOf(count));
+  EXPECT_EQ(stored.find(layout::kByLiteral, kStore, 1, literalOf(count)),
+            std::vector<uint32_t>{count});
+  return count / kPerTransaction;
+}
+
+TEST(KilledWriter, ReadOnlyOpensSeeEveryCommitAndNothingUncommitted) {
+  testdb::LoadedDatabase loaded(kOneMeaning);
+  const std::string path = engineDatabase(loaded.handle())->path();
+  loaded.close();
+  std::mt19937 random(20261123);
+  const Clock::time_point end = Clock::now() + std::chrono::seconds(4);
+  // The first writer is killed after its first commit, which sets the pace:
+  // the others die at random moments up to three commits in, however fast
+  // the build runs.
+  Clock::duration pace{};
+  uint32_t committed = 0;
+  int kills = 0, journals = 0;
+  while (kills < 100 && Clock::now() < end) {
+    SCOPED_TRACE("kill " + std::to_string(kills + 1));
+    int report[2];
+    ASSERT_EQ(pipe(report), 0);
+    const Clock::time_point start = Clock::now();
+    const pid_t writer = fork();
+    ASSERT_GE(writer, 0);
+    if (writer == 0) {
+      close(report[0]);
+      writeUntilKilled(path, committed + 1, report[1]);
+    }
+    close(report[1]);
+    uint32_t first = committed;
+    if (kills == 0) {
+      ASSERT_EQ(read(report[0], &first, sizeof first), static_cast<ssize_t>(sizeof first));
+      pace = Clock::now() - start;
+    } else {
+      const auto range = std::chrono::duration_cast<std::chrono::microseconds>(3 * pace).count();
+      std::this_thread::sleep_for(std::chrono::microseconds(random() % (range + 1)));
+    }
+    kill(writer, SIGKILL);
+    const int status = waitFor(writer);
+    ASSERT_TRUE(WIFSIGNALED(status)) << "the writer stopped by itself: " << WEXITSTATUS(status);
+    const uint32_t reported = lastReported(report[0], first);
+    close(report[0]);
+    journals += fs::exists(path + "-journal");
+    // A commit may have finished just before the kill, with its report unsent.
+    const uint32_t seen = transactionsSeen(path);
+    EXPECT_TRUE(seen == reported || seen == reported + 1)
+        << seen << " transactions seen, " << reported << " reported committed";
+    if (::testing::Test::HasFailure()) break;
+    committed = seen;
+    ++kills;
+  }
+  EXPECT_GE(kills, 10);
+  EXPECT_GT(journals, 0) << "no kill came inside a transaction";
+}
+
+// ---------------------------------------------------------------------------
+// A damaged copy of a built database
+
+// Every command that prints data, with arguments that find something in the
+// small build.
+std::vector<std::vector<std::string>> dataCommands(const std::string& word) {
+  return {{"langs"},
+          {"lookup", word},
+          {"translate", word, "--from", "en"},
+          {"related", word, "--lang", "en"},
+          {"export", word, "--lang", "en"},
+          {"dict", "--lang", "en"},
+          {"dict", "--lang", "fr"},
+          {"relations"},
+          {"ontology"},
+          {"dump", "--store", std::to_string(kStore), "--container", std::to_string(kVariants),
+           "--criteria", "LITERAL == " + word}};
+}
+
+testdb::CommandRun corvidOn(const std::string& db, std::vector<std::string> args) {
+  args.insert(args.begin(), {"--db", db});
+  return testdb::corvid(args);
+}
+
+// The first line where two outputs part, for a message that fits a screen.
+std::string firstDifference(const std::string& a, const std::string& b) {
+  size_t at = 0;
+  while (at < a.size() && at < b.size() && a[at] == b[at]) ++at;
+  const size_t start = a.rfind('\n', at) == std::string::npos ? 0 : a.rfind('\n', at) + 1;
+  return "at byte " + std::to_string(at) + ": \"" + a.substr(start, 80) + "\" became \"" +
+         b.substr(start, 80) + "\"";
+}
+
+TEST(DamagedDatabase, EveryDataCommandPrintsWhatTheIntactCopyPrintsOrFailsInOneLine) {
+  if (!fs::exists(testfiles::wordnetDir() + "/data.noun")) GTEST_SKIP() << "no WordNet 3.0 files";
+  testfiles::ScratchDir dir;
+  const std::string intact = dir.file("intact.db");
+  slices::buildSmallDatabase(intact, dir.file("sources"));
+  const auto commands = dataCommands("dog");
+  std::vector<std::string> expected;
+  for (const auto& command : commands) {
+    const testdb::CommandRun run = corvidOn(intact, command);
+    ASSERT_EQ(run.status, 0) << command[0] << ": " << run.err;
+    ASSERT_FALSE(run.out.empty()) << command[0];
+    expected.push_back(run.out);
+  }
+  const std::string bytes = testfiles::readFile(intact);
+  constexpr size_t kDamage = 1024;
+  constexpr size_t kPlaces = 32;
+  const size_t stride = bytes.size() / kPlaces;
+  ASSERT_GT(stride, 2 * kDamage);
+  const std::string copy = dir.file("damaged.db");
+  std::mt19937 random(20261123);
+  size_t failedRuns = 0;
+  for (size_t place = 0; place < kPlaces; ++place) {
+    // Random bytes and zeros by turns, somewhere in each stretch of the file.
+    const size_t offset = place * stride + random() % (stride - kDamage);
+    const bool zeros = place % 2 == 1;
+    std::string damaged = bytes;
+    for (size_t i = offset; i < offset + kDamage; ++i)
+      damaged[i] = zeros ? '\0' : static_cast<char>(random());
+    testfiles::writeFile(copy, damaged);
+    for (size_t c = 0; c < commands.size(); ++c) {
+      SCOPED_TRACE(commands[c][0] + " with " + (zeros ? "zeros" : "random bytes") + " at " +
+                   std::to_string(offset));
+      const testdb::CommandRun run = corvidOn(copy, commands[c]);
+      if (run.status == 0) {
+        EXPECT_TRUE(run.out == expected[c]) << firstDifference(expected[c], run.out);
+        continue;
+      }
+      ++failedRuns;
+      EXPECT_EQ(run.status, 1) << "crashed or exited oddly";
+      EXPECT_TRUE(run.err.starts_with("corvid: ")) << run.err;
+      EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
+    }
+  }
+  EXPECT_GT(failedRuns, kPlaces) << "the damage met too little of what the commands read";
+}
+
+// ---------------------------------------------------------------------------
+// A damaged copy, through the object model
+
+using corvid::Owned;
+
+// The first element of a walk, or null at the end; a walk that failed
+// throws, as corvid does.
+template <class C>
+Owned<corvid::ElementOf<C>> firstOf(C& collection) {
+  corvid::ElementOf<C>* element = nullptr;
+  if (collection.GetFirst(&element)) return Owned<corvid::ElementOf<C>>(element);
+  corvid::expectEnd(collection);
+  return nullptr;
+}
+
+template <class C>
+std::string idsOf(C* collection) {
+  std::string ids;
+  corvid::forEach(*Owned<C>(collection),
+                  [&](auto element) { ids += std::to_string(element->GetRecordID()) + " "; });
+  return ids;
+}
+
+// A call's answer, or how it failed. The exporter has formatted the
+// message of what it throws already, and a second formatting would leave the
+// first text unfreed: only the codes are read.
+std::string answer(const std::function<std::string()>& call) {
+  try {
+    return call();
+  } catch (const PLXException& e) {
+    return "threw " + (e.GetError() == errFlaim ? FlmError(e.GetFLAIMError()).GetMessage()
+                                                 : std::to_string(e.GetError()));
+  } catch (const FlmError& e) {
+    return "threw " + e.GetMessage();
+  } catch (const corvid::Failure& f) {
+    return "threw " + f.message;
+  }
+}
+
+Owned<LanguageWordNet> english(Polylex& p) {
+  return Owned<LanguageWordNet>(Owned<LanguageWordNets>(p.GetLanguageWordNets())->GetItem("en"));
+}
+
+// The first meaning of "dog"; "none" when there is none, which no copy of
+// the database should answer.
+Owned<Concept> dog(Polylex& p) {
+  Owned<Concepts> meanings(english(p)->GetConcepts("dog"));
+  Owned<Concept> first = firstOf(*meanings);
+  if (!first) throw corvid::Failure{"none"};
+  return first;
+}
+
+Owned<ILIRecord> indexRecordOfDog(Polylex& p) {
+  ILIRecord* record = nullptr;
+  if (!dog(p)->GetEqSynonym(&record)) throw corvid::Failure{"none"};
+  return Owned<ILIRecord>(record);
+}
+
+// What the library tells a client about "dog", call by call: the calls that
+// look something up, and walks that follow from them.
+std::map<std::string, std::string> answersAboutDog(const std::string& path) {
+  const std::map<std::string, std::function<std::string(Polylex&)>> calls = {
+      {"site", [](Polylex& p) { return narrow(Owned<Site>(p.GetSite())->GetName()); }},
+      {"relation name",
+       [](Polylex& p) {
+         char name[64] = "";
+         return Owned<Relations>(p.GetRelations())->GetRelationName(8, name, sizeof name)
+                    ? std::string(name)
+                    : "none";
+       }},
+      {"relation id",
+       [](Polylex& p) {
+         Owned<Relations> relations(p.GetRelations());
+         std::string name = narrow(Owned<Relation>(relations->GetItem(8))->GetName());
+         short id = 0;
+         return relations->GetRelationID(name.data(), &id) ? std::to_string(id) : "none";
+       }},
+      {"meanings", [](Polylex& p) { return idsOf(english(p)->GetConcepts("dog")); }},
+      {"first variant",
+       [](Polylex& p) {
+         return narrow(Owned<ConceptVariant>(dog(p)->GetConceptVariant(1))->GetLiteral());
+       }},
+      {"base concept",
+       [](Polylex& p) {
+         Owned<ConceptVariant> variant(dog(p)->GetConceptVariant(1));
+         return std::to_string(Owned<Concept>(variant->GetBaseConcept())->GetRecordID());
+       }},
+      {"index record",
+       [](Polylex& p) { return std::to_string(indexRecordOfDog(p)->GetWordNetOffset()); }},
+      {"index records",
+       [](Polylex& p) {
+         ILIRecords* records = nullptr;
+         return dog(p)->GetILIRecords(0, &records) ? idsOf(records) : "none";
+       }},
+      {"equivalence",
+       [](Polylex& p) {
+         return std::to_string(dog(p)->GetEqRelation(indexRecordOfDog(p)->GetRecordID()));
+       }},
+      {"meanings of the index record",
+       [](Polylex& p) {
+         Concepts* meanings = english(p)->GetConcepts(indexRecordOfDog(p)->GetRecordID(), 0);
+         return meanings ? idsOf(meanings) : "none";
+       }},
+      {"export",
+       [](Polylex& p) {
+         std::string text(1 << 16, '\0');
+         dog(p)->Export(text.data(), static_cast<int>(text.size()), 0);
+         return std::string(text.c_str());
+       }},
+      {"composed export",
+       [](Polylex& p) {
+         unsigned short* text = nullptr;
+         Owned<Concept> meaning = dog(p);
+         return english(p)->ExportConcept(meaning.get(), &text) ? narrow(text) : "none";
+       }},
+      {"dictionary entry",
+       [](Polylex& p) {
+         Owned<Dictionary> dictionary(english(p)->GetDictionary());
+         return narrow(Owned<DictionaryEntry>(dictionary->GetEntry("dog"))->GetLiteral());
+       }},
+      {"top concept",
+       [](Polylex& p) {
+         Owned<ILIRecord> record = indexRecordOfDog(p);
+         TopConcept* top = reinterpret_cast<TopConcept*>(record.get());
+         if (!record->GetTopConcept(&top)) return std::string("none");
+         Owned<TopConcept> held(top);
+         TopConcept* super = nullptr;
+         if (!top->GetSuper(&super)) return std::string("no super");
+         return std::to_string(top->GetRecordID()) + " under " +
+                std::to_string(Owned<TopConcept>(super)->GetRecordID());
+       }},
+  };
+  CorvidEngine::GetInstance();
+  Polylex polylex;
+  const std::string opened = answer([&] {
+    polylex.Open(path.c_str(), nullptr, 1, 0);
+    return std::string("opened");
+  });
+  std::map<std::string, std::string> answers;
+  for (const auto& [name, call] : calls)
+    answers[name] = opened == "opened" ? answer([&] { return call(polylex); }) : opened;
+  return answers;
+}
+
+TEST(DamagedDatabase, LookupsAnswerAsOnTheIntactCopyOrThrowTheChecksumFailure) {
+  if (!fs::exists(testfiles::wordnetDir() + "/data.noun")) GTEST_SKIP() << "no WordNet 3.0 files";
+  testfiles::ScratchDir dir;
+  const std::string intact = dir.file("intact.db");
+  slices::buildSmallDatabase(intact, dir.file("sources"));
+  const std::map<std::string, std::string> expected = answersAboutDog(intact);
+  for (const auto& [name, text] : expected) {
+    ASSERT_FALSE(text.starts_with("threw") || text == "none") << name << ": " << text;
+  }
+  const std::string bytes = testfiles::readFile(intact);
+  const size_t pageSize = (static_cast<unsigned char>(bytes[16]) << 8) |
+                          static_cast<unsigned char>(bytes[17]);
+  const std::string copy = dir.file("damaged.db");
+  size_t failures = 0;
+  for (size_t page = 0; page < bytes.size() / pageSize; ++page) {
+    std::string damaged = bytes;
+    damaged[page * pageSize + pageSize / 2] ^= 0x10;
+    testfiles::writeFile(copy, damaged);
+    for (const auto& [name, text] : answersAboutDog(copy)) {
+      if (text == expected.at(name)) continue;
+      ++failures;
+      EXPECT_TRUE(text.starts_with("threw") && text.find("0xC04F") != std::string::npos)
+          << name << " with page " << page + 1 << " damaged: " << text;
+    }
+  }
+  EXPECT_GT(failures, 0u) << "no damage met what the calls read";
 }
 
 // ---------------------------------------------------------------------------

@@ -14,6 +14,7 @@
 #include <new>
 
 #include "engine/Layout.h"
+#include "engine/ReadFailure.h"
 #include "flm/Path.h"
 #include "flm/Session.h"
 
@@ -32,13 +33,18 @@ constexpr short kLastField = 32767;
 int readLayoutVersion(void* database, char* buffer, unsigned short size) {
   std::memset(buffer, 0, size);
   FlmRecord version(static_cast<unsigned short>(0), kPoolBlock);
-  if (!version.Retrieve(database, kDatabaseStore, kData, kVersionRecord)) return 0;
+  if (!version.Retrieve(database, kDatabaseStore, kData, kVersionRecord)) {
+    engine::throwIfReadFailed(version.GetFlmError(), nullptr, 0);
+    return 0;
+  }
   return version.FindGetString(buffer, size, kPos, 1, fsRoot, faSubtree) > 0;
 }
 
 bool recordExists(void* database, uint32_t recordNumber) {
   FlmRecord record(static_cast<unsigned short>(0), kPoolBlock);
-  return record.Retrieve(database, kDatabaseStore, kData, recordNumber) != 0;
+  if (record.Retrieve(database, kDatabaseStore, kData, recordNumber)) return true;
+  engine::throwIfReadFailed(record.GetFlmError(), nullptr, 0);
+  return false;
 }
 
 }  // namespace
@@ -107,7 +113,9 @@ Site* Polylex::GetSite() {
   Site* site = new (std::nothrow) Site;
   if (!site) throw PLXException(errOutOfMemory, nullptr, 0);
   if (!site->Retrieve(m_hDatabase, kDatabaseStore, kData, kSiteRecord)) {
+    const FlmError error = site->GetFlmError();
     site->Destroy();
+    engine::throwIfReadFailed(error, nullptr, 0);
     throw PLXException(errNoSiteRecord, nullptr, 0);
   }
   return site;

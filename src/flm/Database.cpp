@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "flm/IndexKeys.h"
+#include "flm/PageChecksum.h"
 #include "flm/RecordCodec.h"
 #include "flm/Schema.h"
 
@@ -80,7 +81,7 @@ Database* Database::fromHandle(void* handle) {
 }
 
 RCODE Database::connect(int sqliteFlags) {
-  int rc = sqlite3_open_v2(path_.c_str(), &db_, sqliteFlags | SQLITE_OPEN_NOMUTEX, nullptr);
+  int rc = sqlite3_open_v2(path_.c_str(), &db_, sqliteFlags | SQLITE_OPEN_NOMUTEX, checksumVfs());
   if (rc != SQLITE_OK) return fromSqlite(rc);
   sqlite3_extended_result_codes(db_, 1);
   sqlite3_busy_timeout(db_, 2000);
@@ -101,9 +102,11 @@ RCODE Database::create(Session& session, const char* path, const Dictionary& dic
   std::unique_ptr<Database> d(new Database(session, path, 0));
   if (!d->collation_.ok()) return FERR_FAILURE;
   RCODE rc = d->connect(SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+  if (!rc) rc = d->reservePageChecksums();
   if (!rc) rc = execute(d->db_, "BEGIN IMMEDIATE");
   if (!rc) rc = createSchema(d->db_, dictionary);
   if (!rc) rc = execute(d->db_, "COMMIT");
+  if (!rc && !pagesChecked(d->db_)) rc = FERR_FAILURE;
   if (!rc) rc = d->guard_.acquire(path, false);
   if (rc) {
     d.reset();
@@ -119,25 +122,76 @@ RCODE Database::open(Session& session, const char* path, uint32_t flags,
                      std::unique_ptr<Database>* out) {
   std::unique_ptr<Database> d(new Database(session, path ? path : "", flags));
   RCODE rc = d->guard_.acquire(path, flags & FO_EXCLUSIVE);
+  // A writer killed in the middle of a commit can leave a header that counts
+  // pages it had not yet written, with the journal that undoes it beside.
+  if (rc == FERR_DATA_ERROR && !rollBackAbandonedJournal(d->path_))
+    rc = d->guard_.acquire(path, flags & FO_EXCLUSIVE);
   if (!rc && !d->collation_.ok()) rc = FERR_FAILURE;
-  if (!rc)
-    rc = d->connect((flags & FO_READ_ONLY) ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE);
-  if (!rc) rc = loadSchema(d->db_, &d->dictionary_);
-  // Alone with the file, or only reading it, there is no need to give SQLite's
-  // lock back after each read: a reader keeps its shared lock (other readers
-  // are welcome, writers wait), and the page cache stays valid between reads.
-  if (!rc && (flags & (FO_EXCLUSIVE | FO_READ_ONLY)))
-    rc = execute(d->db_, "PRAGMA locking_mode = EXCLUSIVE");
-  // A reader maps the file instead of copying each page it reads: pages then
-  // come from the system's file cache however small the engine's own is.
-  if (!rc && (flags & FO_READ_ONLY)) rc = execute(d->db_, "PRAGMA mmap_size = 2147418112");
-  // Holding its shared lock anyway, a reader may as well hold one read
-  // transaction for its whole life: a statement then neither opens nor
-  // closes one of its own.
-  if (!rc && (flags & FO_READ_ONLY)) rc = execute(d->db_, "BEGIN; SELECT 1 FROM flm_record LIMIT 1");
+  if (!rc) rc = d->connectForOpen();
+  // A writer killed between the journal check and the reader's first read
+  // leaves a journal that only a second check can roll back.
+  for (int retry = 0; retry < 2 && rc == FERR_PERMISSION && (flags & FO_READ_ONLY); ++retry) {
+    d->disconnect();
+    rc = d->connectForOpen();
+  }
   if (rc) return rc;
   *out = std::move(d);
   return FERR_OK;
+}
+
+RCODE Database::connectForOpen() {
+  const bool readOnly = flags_ & FO_READ_ONLY;
+  RCODE rc = readOnly ? rollBackAbandonedJournal(path_) : FERR_OK;
+  if (!rc) rc = connect(readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE);
+  // Alone with the file, or only reading it, there is no need to give SQLite's
+  // lock back after each read: a reader keeps its shared lock (other readers
+  // are welcome, writers wait), and the page cache stays valid between reads.
+  if (!rc && (flags_ & (FO_EXCLUSIVE | FO_READ_ONLY)))
+    rc = execute(db_, "PRAGMA locking_mode = EXCLUSIVE");
+  // A reader maps the file instead of copying each page it reads: pages then
+  // come from the system's file cache however small the engine's own is.
+  if (!rc && readOnly) rc = execute(db_, "PRAGMA mmap_size = 2147418112");
+  // Holding its shared lock anyway, a reader may as well hold one read
+  // transaction for its whole life: a statement then neither opens nor
+  // closes one of its own, and the dictionary is read in the same one.
+  if (!rc && readOnly) rc = execute(db_, "BEGIN; SELECT 1 FROM sqlite_master LIMIT 1");
+  if (!rc) rc = loadSchema(db_, pagesChecked(db_), &dictionary_);
+  return rc;
+}
+
+void Database::disconnect() {
+  statements_.clear();
+  sqlite3_close_v2(db_);
+  db_ = nullptr;
+  dictionary_ = Dictionary();
+}
+
+// A writer killed inside a transaction leaves its journal behind, "hot":
+// SQLite refuses every read-only connection until one that may write has
+// rolled it back. A reader therefore has that done first, through a short
+// read-write connection of its own, and then sees the last commit. A live
+// writer's journal is not hot, and SQLite leaves it alone. Without write
+// access to the file and its folder the journal stays, and so does the
+// refusal.
+RCODE Database::rollBackAbandonedJournal(const std::string& path) {
+  if (access((path + "-journal").c_str(), F_OK) != 0) return FERR_OK;
+  sqlite3* db = nullptr;
+  int rc = sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX,
+                           checksumVfs());
+  if (rc == SQLITE_OK) {
+    sqlite3_extended_result_codes(db, 1);
+    sqlite3_busy_timeout(db, 2000);
+    rc = sqlite3_exec(db, "SELECT 1 FROM sqlite_master LIMIT 1", nullptr, nullptr, nullptr);
+  }
+  sqlite3_close_v2(db);
+  return fromSqlite(rc);
+}
+
+// New files keep room at the end of each page for its checksum; SQLite
+// takes the number before the first page is written.
+RCODE Database::reservePageChecksums() {
+  int bytes = kPageChecksumBytes;
+  return fromSqlite(sqlite3_file_control(db_, "main", SQLITE_FCNTL_RESERVE_BYTES, &bytes));
 }
 
 // A database no one else can write to may keep records it has read: its own

@@ -1,5 +1,7 @@
 // One database: one SQLite file holding a dictionary, records by (store,
-// container, number), and the keys of the dictionary's indexes.
+// container, number), and the keys of the dictionary's indexes. Its pages
+// carry checksums (PageChecksum.h); its journal is SQLite's rollback journal,
+// which a read-only open rolls back first when a writer died with it.
 #ifndef CORVID5_FLM_DATABASE_H
 #define CORVID5_FLM_DATABASE_H
 
@@ -108,6 +110,10 @@ class Database {
   static RCODE open(Session& session, const char* path, uint32_t flags,
                     std::unique_ptr<Database>* out);
   RCODE connect(int sqliteFlags);
+  RCODE connectForOpen();
+  void disconnect();
+  static RCODE rollBackAbandonedJournal(const std::string& path);
+  RCODE reservePageChecksums();
   RCODE checkTarget(uint32_t store, uint16_t container) const;
   RCODE checkRecord(uint32_t store, uint16_t container, uint32_t drn) const;
   bool cachesRecords() const;

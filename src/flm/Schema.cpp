@@ -8,7 +8,10 @@ namespace flm {
 namespace {
 
 constexpr char kFormatName[] = "format";
-constexpr char kFormat[] = "corvid5-flm 1";
+// Files whose pages carry checksums (see PageChecksum.h) are of format 2;
+// format 1 files, made before, have none and are still read.
+constexpr char kFormat[] = "corvid5-flm 2";
+constexpr char kUncheckedFormat[] = "corvid5-flm 1";
 
 // Records are keyed by one integer: store, container and record number packed
 // as store << 48 | container << 32 | number, so that a record is one B-tree
@@ -88,15 +91,19 @@ uint16_t number(sqlite3_stmt* stmt, int column) {
   return static_cast<uint16_t>(sqlite3_column_int(stmt, column));
 }
 
-RCODE checkFormat(sqlite3* db) {
-  bool ours = false;
+// A file of either format whose header says otherwise of its pages has had
+// its header damaged.
+RCODE checkFormat(sqlite3* db, bool pagesChecked) {
+  std::string format;
   // A file that is SQLite but not ours has no such table: that is a foreign
   // file, not a damaged one.
   RCODE rc = eachRow(db, "SELECT value FROM flm_meta WHERE name = 'format'", [&](sqlite3_stmt* s) {
-    ours = text(s, 0) == kFormat;
+    format = text(s, 0);
     return FERR_OK;
   });
-  if (rc == FERR_FAILURE || (!rc && !ours)) return FERR_NOT_FLAIM;
+  if (rc == FERR_FAILURE || (!rc && format != kFormat && format != kUncheckedFormat))
+    return FERR_NOT_FLAIM;
+  if (!rc && (format == kFormat) != pagesChecked) return FERR_DATA_ERROR;
   return rc;
 }
 
@@ -128,8 +135,8 @@ RCODE createSchema(sqlite3* db, const Dictionary& dictionary) {
   return rc;
 }
 
-RCODE loadSchema(sqlite3* db, Dictionary* d) {
-  RCODE rc = checkFormat(db);
+RCODE loadSchema(sqlite3* db, bool pagesChecked, Dictionary* d) {
+  RCODE rc = checkFormat(db, pagesChecked);
   if (!rc)
     rc = eachRow(db, "SELECT number, name, type FROM flm_field ORDER BY number", [&](sqlite3_stmt* s) {
       int type = sqlite3_column_int(s, 2);

@@ -11,8 +11,9 @@ namespace flm {
 
 // Writes the tables and the dictionary into an empty database.
 RCODE createSchema(sqlite3* db, const Dictionary& dictionary);
-// Checks that the file is one of ours and reads its dictionary back.
-RCODE loadSchema(sqlite3* db, Dictionary* dictionary);
+// Checks that the file is one of ours, of the format its pages say, and
+// reads its dictionary back.
+RCODE loadSchema(sqlite3* db, bool pagesChecked, Dictionary* dictionary);
 
 }  // namespace flm
 

@@ -30,6 +30,7 @@ RCODE fromSqlite(int sqliteCode) {
     case SQLITE_TOOBIG:
       return FERR_VALUE_TOO_LARGE;
     case SQLITE_IOERR:
+      if (sqliteCode == SQLITE_IOERR_DATA) return FERR_BLOCK_CHECKSUM;
       return sqliteCode == SQLITE_IOERR_READ || sqliteCode == SQLITE_IOERR_SHORT_READ
                  ? FERR_READING_FILE
                  : FERR_WRITING_FILE;

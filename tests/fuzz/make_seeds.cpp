@@ -14,6 +14,7 @@
 
 #include "engine/Layout.h"
 #include "engine/build/DatabaseDump.h"
+#include "flm/PageChecksum.h"
 #include "flm/Session.h"
 #include "support/Slices.h"
 #include "support/TestFiles.h"
@@ -142,10 +143,11 @@ void criteriaSeeds(const fs::path& out) {
 }
 
 // The database in pages of SQLite's smallest size, so that the fuzzer
-// mutates as few bytes as hold it.
+// mutates as few bytes as hold it; through the engine's VFS, which writes
+// each page's checksum.
 void compact(const std::string& path) {
   sqlite3* db = nullptr;
-  if (sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK ||
+  if (sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE, flm::checksumVfs()) != SQLITE_OK ||
       sqlite3_exec(db, "PRAGMA page_size = 512; VACUUM", nullptr, nullptr, nullptr) != SQLITE_OK) {
     sqlite3_close(db);
     throw std::runtime_error("cannot compact " + path);

@@ -30,6 +30,7 @@ std::vector<std::string> wordForms(Dictionary& dictionary, uint32_t limit) {
   while (out.size() < limit &&
          (out.empty() ? dictionary.GetFirst(&entry) : dictionary.GetNext(&entry)))
     out.push_back(takeText(Owned<DictionaryEntry>(entry)->GetLiteral()));
+  expectEnd(dictionary);
   return out;
 }
 

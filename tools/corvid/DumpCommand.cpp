@@ -77,6 +77,7 @@ std::vector<DumpedRecord> recordsMatching(void* database, const Place& place,
   FlmRecord record(kNoRootTag, kPoolBlock);
   while (out.size() < limit && (out.empty() ? cursor.ReadFirst(record) : cursor.ReadNext(record)))
     out.push_back({record.GetID(), formatted(record)});
+  expectEnd(cursor);
   return out;
 }
 

@@ -47,8 +47,10 @@ std::vector<Owned<Concept>> meaningNumbered(LanguageWordNet& wordnet, uint32_t r
                                             const std::string& code) {
   Owned<Concepts> all(wordnet.GetConcepts());
   Concept* found = nullptr;
-  if (!all->GetItem(record, &found))
+  if (!all->GetItem(record, &found)) {
+    expectEnd(*all);
     throw Failure{"no meaning " + std::to_string(record) + " in " + code};
+  }
   std::vector<Owned<Concept>> out;
   out.emplace_back(found);
   return out;

@@ -62,10 +62,7 @@ std::vector<int32_t> subsOf(TopConcept& top) {
   LinkedTopConcepts* found = nullptr;
   if (!top.GetSubs(&found)) return out;
   Owned<LinkedTopConcepts> subs(found);
-  // The list hands out a new concept on each move, and nothing on a failed one.
-  TopConcept* sub = nullptr;
-  for (int more = subs->GetFirst(&sub); more; more = subs->GetNext(&sub))
-    out.push_back(Owned<TopConcept>(sub)->GetRecordID());
+  forEach(*subs, [&](Owned<TopConcept> sub) { out.push_back(sub->GetRecordID()); });
   return out;
 }
 

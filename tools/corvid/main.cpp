@@ -76,7 +76,10 @@ int runCommand(const Command& command, const corvid::Invocation& invocation) {
   } catch (const corvid::Failure& f) {
     return failure(f.message);
   } catch (const PLXException& e) {
-    return failure(static_cast<const char*>(e));
+    // The exporter formats what it throws into its text; formatting the same
+    // exception again would leave that text unfreed, so a copy is formatted.
+    const PLXException copy(e);
+    return failure(static_cast<const char*>(copy));
   } catch (const FlmError& e) {
     return failure(e.GetMessage());
   }

@@ -11,6 +11,7 @@
 #include <new>
 
 #include "engine/Layout.h"
+#include "engine/ReadFailure.h"
 #include "model/meanings/Criteria.h"
 #include "model/meanings/FieldAccess.h"
 #include "model/meanings/RecordExport.h"
@@ -139,7 +140,10 @@ ConceptVariant* Concept::GetConceptVariant(short n) {
   if (!variant) throw PLXException(errOutOfMemory, kModule, __LINE__);
   int read = n >= 1 && cursor.ReadFirst(*variant);
   for (short count = 1; read && count < n; ++count) read = cursor.ReadNext(*variant);
-  if (!read) throw PLXException(errInvalidVariantNumber, kModule, __LINE__);
+  if (!read) {
+    engine::throwIfReadFailed(cursor.GetFlmError(), kModule, __LINE__);
+    throw PLXException(errInvalidVariantNumber, kModule, __LINE__);
+  }
   return variant.release();
 }
 
@@ -208,7 +212,10 @@ short Concept::GetEqRelation(uint32_t iliRecordID) {
     throw PLXException(static_cast<uint32_t>(m_Error), kModule, __LINE__);
   }
   FlmRecord link(kNoRoot, kPoolBlock);
-  if (!cursor.ReadFirst(link)) return 0;
+  if (!cursor.ReadFirst(link)) {
+    engine::throwIfReadFailed(cursor.GetFlmError(), kModule, __LINE__);
+    return 0;
+  }
   return link.FindGetWSWORD(kEqRelation, 1, fsRoot, faSubtree);
 }
 
@@ -216,16 +223,19 @@ int Concept::GetEqSynonym(ILIRecord** out) {
   *out = nullptr;
   std::unique_ptr<EqLinks> links(GetEqLinks(kEqSynonym));
   EqLink* first = nullptr;
-  if (links->GetCount() == 1 && links->GetFirst(&first)) {
-    std::unique_ptr<EqLink> link(first);
-    const uint32_t target = link->FindGetRecPtr(kTargetIli, 1, fsRoot, faSubtree);
-    ILIRecord* record = new (std::nothrow) ILIRecord(GetDatabase());
-    *out = record;
-    if (record && !record->Retrieve(GetDatabase(), kIliStore, kData, target)) {
-      delete record;
-      *out = nullptr;
-    }
+  if (links->GetCount() != 1) return 0;
+  if (!links->GetFirst(&first)) {
+    engine::throwIfReadFailed(links->GetFlmError(), kModule, __LINE__);
+    return 0;
   }
+  std::unique_ptr<EqLink> link(first);
+  const uint32_t target = link->FindGetRecPtr(kTargetIli, 1, fsRoot, faSubtree);
+  std::unique_ptr<ILIRecord> record(new (std::nothrow) ILIRecord(GetDatabase()));
+  if (record && !record->Retrieve(GetDatabase(), kIliStore, kData, target)) {
+    engine::throwIfReadFailed(record->GetFlmError(), kModule, __LINE__);
+    record.reset();
+  }
+  *out = record.release();
   return *out ? 1 : 0;
 }
 
@@ -241,6 +251,7 @@ int Concept::GetILIRecords(short eqRelation, ILIRecords** out) {
     if (!first) records->AddOp(kOpOr);
     addEquals(*records, kRecordNumberField, link->FindGetRecPtr(kTargetIli, 1, fsRoot, faSubtree));
   }
+  engine::throwIfReadFailed(links->GetFlmError(), kModule, __LINE__);
   *out = records.release();
   return 1;
 }
@@ -259,6 +270,7 @@ void exportSection(ExportBuffer& out, C* collection, const char* header,
     std::unique_ptr<E> record(next);
     writeRecord(out, *record, table, names);
   }
+  engine::throwIfReadFailed(held->GetFlmError(), kModule, __LINE__);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <charconv>
 
 #include "engine/Layout.h"
+#include "engine/ReadFailure.h"
 #include "model/meanings/Criteria.h"
 #include "model/meanings/FieldAccess.h"
 
@@ -141,9 +142,11 @@ void ConceptExporter::LoadDefinitions(std::vector<Definition>& cache, unsigned s
   if (cache.size() >= kCacheSize) return;
   FlmCursor cursor(m_hDatabase, container, store);
   FlmRecord record(kNoRoot, kPoolBlock);
-  for (int read = cursor.ReadFirst(record); read && cache.size() < kCacheSize;
-       read = cursor.ReadNext(record))
+  int read = cursor.ReadFirst(record);
+  for (; read && cache.size() < kCacheSize; read = cursor.ReadNext(record))
     cache.push_back({numberOf<int32_t>(record, idTag, fsRoot), textOf(record, kName, fsRoot)});
+  if (!read && !engine::foundNothing(cursor.GetFlmError()) && m_LoadError.Success())
+    m_LoadError = cursor.GetFlmError();
 }
 
 const ConceptExporter::Definition* ConceptExporter::Cached(const std::vector<Definition>& cache,
@@ -158,6 +161,7 @@ unsigned short* ConceptExporter::MakeBSTR(const std::u16string& text) { return t
 int ConceptExporter::Export(FlmRecord& meaning, std::u16string& text) {
   m_Names.clear();
   try {
+    engine::throwIfReadFailed(m_LoadError, kModule, __LINE__);
     KeepCurrent keep(meaning);
     char head[64];
     const unsigned short type = meaning.FindGetWUWORD(kType, 1, fsRoot, faSubtree);
@@ -190,8 +194,12 @@ std::u16string ConceptExporter::SystemName(unsigned short container, unsigned sh
   FlmCursor cursor(m_hDatabase, container, kSystemStore);
   FlmRecord record(kNoRoot, kPoolBlock);
   std::u16string name;
-  if (addEquals(cursor, field, id) && cursor.Validate() && cursor.ReadFirst(record))
-    name = textOf(record, kShortName, fsRoot);
+  if (addEquals(cursor, field, id) && cursor.Validate()) {
+    if (cursor.ReadFirst(record))
+      name = textOf(record, kShortName, fsRoot);
+    else
+      engine::throwIfReadFailed(cursor.GetFlmError(), kModule, __LINE__);
+  }
   m_Names.emplace(key, name);
   return name;
 }
@@ -202,11 +210,11 @@ void ConceptExporter::WriteVariants(FlmRecord& meaning, std::u16string& text) {
   FlmCursor cursor(m_hDatabase, kData, m_nStore);
   cursor.SetIndex(0, kVariantsByConcept);
   FlmRecord variant(kNoRoot, kPoolBlock);
-  if (!(pointsAt(cursor, kConcept, meaning.GetID(), 0, 0) && cursor.ReadLast(variant))) return;
-  line(text, 1, "VARIANTS");
-  do {
-    WriteVariant(variant, text);
-  } while (cursor.ReadPrevious(variant));
+  if (!pointsAt(cursor, kConcept, meaning.GetID(), 0, 0)) return;
+  int read = cursor.ReadLast(variant);
+  if (read) line(text, 1, "VARIANTS");
+  for (; read; read = cursor.ReadPrevious(variant)) WriteVariant(variant, text);
+  engine::throwIfReadFailed(cursor.GetFlmError(), kModule, __LINE__);
 }
 
 void ConceptExporter::WriteVariant(FlmRecord& variant, std::u16string& text) {
@@ -278,11 +286,11 @@ void ConceptExporter::WriteLinks(FlmRecord& meaning, std::u16string& text) {
   FlmCursor cursor(m_hDatabase, kConceptLinks, m_nStore);
   cursor.SetIndex(0, kLinksBySource);
   FlmRecord link(kNoRoot, kPoolBlock);
-  if (!(pointsAt(cursor, kSourceConcept, meaning.GetID(), 0, 0) && cursor.ReadFirst(link))) return;
-  line(text, 1, "INTERNAL_LINKS");
-  do {
-    WriteLink(link, text);
-  } while (cursor.ReadNext(link));
+  if (!pointsAt(cursor, kSourceConcept, meaning.GetID(), 0, 0)) return;
+  int read = cursor.ReadFirst(link);
+  if (read) line(text, 1, "INTERNAL_LINKS");
+  for (; read; read = cursor.ReadNext(link)) WriteLink(link, text);
+  engine::throwIfReadFailed(cursor.GetFlmError(), kModule, __LINE__);
 }
 
 void ConceptExporter::WriteLink(FlmRecord& link, std::u16string& text) {
@@ -349,13 +357,16 @@ void ConceptExporter::WriteTarget(FlmRecord& link, std::u16string& text) {
   FlmRecord variant(kNoRoot, kPoolBlock);
   bool found = false;
   uint32_t shown = 0;
-  if (gotoChild(link, kTargetVariantRef) && link.Get(&shown))
+  if (gotoChild(link, kTargetVariantRef) && link.Get(&shown)) {
     found = variant.Retrieve(m_hDatabase, m_nStore, kData, shown) != 0;
+    if (!found) engine::throwIfReadFailed(variant.GetFlmError(), kModule, __LINE__);
+  }
   link.SetCurrentField(target);
   if (!found) {
     FlmCursor cursor(m_hDatabase, kData, m_nStore);
     cursor.SetIndex(0, kVariantsByConcept);
     found = pointsAt(cursor, kConcept, meaning, 0, 0) && cursor.ReadLast(variant);
+    if (!found) engine::throwIfReadFailed(cursor.GetFlmError(), kModule, __LINE__);
   }
   if (!found) {
     char item[48];
@@ -374,11 +385,11 @@ void ConceptExporter::WriteEqLinks(FlmRecord& meaning, std::u16string& text) {
   FlmCursor cursor(m_hDatabase, kEqLinks, m_nStore);
   cursor.SetIndex(0, kEqLinksByConcept);
   FlmRecord link(kNoRoot, kPoolBlock);
-  if (!(pointsAt(cursor, kConcept, meaning.GetID(), 0, 0) && cursor.ReadFirst(link))) return;
-  line(text, 1, "EQ_LINKS");
-  do {
-    WriteEqLink(link, text);
-  } while (cursor.ReadNext(link));
+  if (!pointsAt(cursor, kConcept, meaning.GetID(), 0, 0)) return;
+  int read = cursor.ReadFirst(link);
+  if (read) line(text, 1, "EQ_LINKS");
+  for (; read; read = cursor.ReadNext(link)) WriteEqLink(link, text);
+  engine::throwIfReadFailed(cursor.GetFlmError(), kModule, __LINE__);
 }
 
 void ConceptExporter::WriteEqLink(FlmRecord& link, std::u16string& text) {
@@ -389,6 +400,7 @@ void ConceptExporter::WriteEqLink(FlmRecord& link, std::u16string& text) {
   const uint32_t target = link.FindGetRecPtr(kTargetIli, 1, fsRoot, faSubtree);
   FlmRecord record(kNoRoot, kPoolBlock);
   const bool read = record.Retrieve(m_hDatabase, kIliStore, kData, target) != 0;
+  if (!read) engine::throwIfReadFailed(record.GetFlmError(), kModule, __LINE__);
   if (read && (hasField(record, kWordNetOffset) || hasField(record, kAddOnId))) {
     line(text, 3, "TARGET_ILI");
     textLine(text, 4, "PART_OF_SPEECH", letter(record.FindGetWUWORD(kPos, 1, fsRoot, faSubtree)));

@@ -5,6 +5,7 @@
 #ifndef CORVID5_MODEL_MEANINGS_CONCEPTEXPORTER_H
 #define CORVID5_MODEL_MEANINGS_CONCEPTEXPORTER_H
 
+#include <corvid5/FlmError.h>
 #include <corvid5/FlmRecord.h>
 
 #include <cstdint>
@@ -16,7 +17,9 @@
 class ConceptExporter {
  public:
   // Reads the usage-label and feature definitions once, shared ones first:
-  // at most kCacheSize of each, the rest dropped.
+  // at most kCacheSize of each, the rest dropped. A read that fails here is
+  // kept and thrown by Export: the exporter is made while language wordnets
+  // are walked, and walking throws nothing.
   ConceptExporter(void* database, uint32_t store);
 
   // Appends the text of `meaning` to `text` and answers 1. On an exception
@@ -57,6 +60,7 @@ class ConceptExporter {
   uint32_t m_nStore;
   std::vector<Definition> m_UsageLabels;
   std::vector<Definition> m_Features;
+  FlmError m_LoadError;
 };
 
 #endif

@@ -8,6 +8,7 @@
 #include <new>
 
 #include "engine/Layout.h"
+#include "engine/ReadFailure.h"
 #include "model/meanings/Criteria.h"
 #include "model/meanings/FieldAccess.h"
 #include "model/meanings/UsageLabel.h"
@@ -45,7 +46,11 @@ D* findDefinition(void* database, uint32_t store, int32_t id, const DefinitionPl
   cursor.SetIndex(0, local ? place.localIndex : place.sharedIndex);
   if (!(addEquals(cursor, place.idTag, id) && cursor.Validate())) return nullptr;
   std::unique_ptr<D> definition(new (std::nothrow) D);
-  if (!definition || !cursor.ReadFirst(*definition)) return nullptr;
+  if (!definition) return nullptr;
+  if (!cursor.ReadFirst(*definition)) {
+    engine::throwIfReadFailed(cursor.GetFlmError(), kModule, __LINE__);
+    return nullptr;
+  }
   return definition.release();
 }
 
@@ -107,8 +112,10 @@ Concept* ConceptVariant::GetBaseConcept() {
   const uint32_t id = static_cast<uint32_t>(GetBaseConceptID());
   std::unique_ptr<Concept> meaning(new (std::nothrow) Concept);
   if (!meaning) throw PLXException(errOutOfMemory, kModule, __LINE__);
-  if (!meaning->Retrieve(GetDatabase(), GetStore(), kMeanings, id))
+  if (!meaning->Retrieve(GetDatabase(), GetStore(), kMeanings, id)) {
+    engine::throwIfReadFailed(meaning->GetFlmError(), kModule, __LINE__);
     throw PLXException(kNotFound, kModule, __LINE__);
+  }
   return meaning.release();
 }
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "engine/Layout.h"
+#include "engine/ReadFailure.h"
 #include "model/meanings/Criteria.h"
 #include "model/meanings/FieldAccess.h"
 
@@ -236,6 +237,8 @@ bool NameLookup::Find(uint8_t kind, int32_t id, std::string* name) {
         const unsigned short length =
             record.FindGetString(text, kNameSize, kName, 1, fsRoot, faSubtree);
         found = std::string(text, length);
+      } else {
+        engine::throwIfReadFailed(cursor.GetFlmError(), kModule, __LINE__);
       }
     }
     known = known_.emplace(key, found).first;

@@ -4,6 +4,7 @@
 #include <new>
 
 #include "engine/Layout.h"
+#include "engine/ReadFailure.h"
 #include "model/meanings/Criteria.h"
 #include "model/meanings/FieldAccess.h"
 
@@ -63,7 +64,10 @@ int ILIRecord::GetTopConcept(TopConcept** topConcept) {
   FlmCursor cursor(GetDatabase(), kTopConcepts, kIliStore);
   if (!(meanings::addEquals(cursor, kTargetIli, id) && cursor.Validate())) return 0;
   FlmRecord found(meanings::kNoRoot, meanings::kPoolBlock);
-  if (!cursor.ReadFirst(found)) return 0;
+  if (!cursor.ReadFirst(found)) {
+    engine::throwIfReadFailed(cursor.GetFlmError(), "ILIRecord", __LINE__);
+    return 0;
+  }
   TopConcept* top = new (std::nothrow) TopConcept;
   if (!top) return 0;
   *top = found;

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "engine/Layout.h"
+#include "engine/ReadFailure.h"
 #include "model/meanings/Criteria.h"
 #include "model/meanings/FieldAccess.h"
 
@@ -23,10 +24,14 @@ int variantCriteria(FlmCursor& cursor, uint32_t topConcept) {
   return meanings::addEquals(cursor, kTargetTopConcept, topConcept) && cursor.Validate();
 }
 
-// A top concept read afresh from the ontology; null when it is not there.
-TopConcept* readTopConcept(void* database, uint32_t id, TopConcept* (*make)()) {
+// A top concept read afresh from the ontology; null when it is not there or
+// could not be read, and `error` (when given) then says which.
+TopConcept* readTopConcept(void* database, uint32_t id, TopConcept* (*make)(),
+                           FlmError* error = nullptr) {
   FlmRecord record(meanings::kNoRoot, meanings::kPoolBlock);
-  if (!record.Retrieve(database, kIliStore, kTopConcepts, id)) return nullptr;
+  const int read = record.Retrieve(database, kIliStore, kTopConcepts, id);
+  if (error) *error = record.GetFlmError();
+  if (!read) return nullptr;
   TopConcept* topConcept = make();
   if (topConcept) *topConcept = record;
   return topConcept;
@@ -71,7 +76,9 @@ int TopConcept::GetSuper(TopConcept** super) {
     if (!FindField(kSuperConcept, 1, fsCurrent, faSubtree)) return 0;
     if (!Get(&id)) return 0;
   }
-  *super = readTopConcept(GetDatabase(), id, [] { return new (std::nothrow) TopConcept; });
+  FlmError error;
+  *super = readTopConcept(GetDatabase(), id, [] { return new (std::nothrow) TopConcept; }, &error);
+  if (!*super) engine::throwIfReadFailed(error, kModule, __LINE__);
   return *super ? 1 : 0;
 }
 
@@ -138,7 +145,10 @@ TopConceptVariant* TopConcept::GetTopConceptVariant(uint32_t storeID, short n) {
   FlmRecord record(meanings::kNoRoot, meanings::kPoolBlock);
   int read = cursor.ReadFirst(record);
   for (short counter = 1; read && counter != n; ++counter) read = cursor.ReadNext(record);
-  if (!read) throw PLXException(errInvalidVariantNumber, nullptr, 0);
+  if (!read) {
+    engine::throwIfReadFailed(cursor.GetFlmError(), kModule, __LINE__);
+    throw PLXException(errInvalidVariantNumber, nullptr, 0);
+  }
   std::unique_ptr<TopConceptVariant> variant(new (std::nothrow) TopConceptVariant);
   if (!variant) throw PLXException(errOutOfMemory, kModule, __LINE__);
   *variant = record;
@@ -242,6 +252,8 @@ void LinkedTopConcepts::SetRecPtr(int position, uint32_t id) {
 int LinkedTopConcepts::Goto(int position, TopConcept** topConcept) {
   *topConcept = nullptr;
   if (position < 1 || position > m_nCount) return 0;
+  // Walking throws nothing: a linked concept that cannot be read ends the
+  // walk short of the count, which is how a client can tell.
   *topConcept = readTopConcept(GetDatabase(), m_pIds->ids[position - 1],
                                [] { return new (std::nothrow) TopConcept; });
   if (!*topConcept) return 0;

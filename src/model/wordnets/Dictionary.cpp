@@ -6,6 +6,7 @@
 #include <new>
 
 #include "engine/Layout.h"
+#include "engine/ReadFailure.h"
 #include "model/meanings/Criteria.h"
 #include "model/meanings/FieldAccess.h"
 
@@ -124,7 +125,10 @@ DictionaryEntry* Dictionary::GetEntry(const char* literal) {
   CaseSensitive(0);
   Check(built);
   std::unique_ptr<DictionaryEntry> entry(new (std::nothrow) DictionaryEntry);
-  if (!entry || !ReadFirst(*entry)) throw PLXException(kNotFound, nullptr, 0);
+  if (!entry || !ReadFirst(*entry)) {
+    engine::throwIfReadFailed(m_Error, nullptr, 0);
+    throw PLXException(kNotFound, nullptr, 0);
+  }
   return entry.release();
 }
 

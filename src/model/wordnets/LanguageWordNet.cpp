@@ -12,6 +12,7 @@
 #include <string>
 
 #include "engine/Layout.h"
+#include "engine/ReadFailure.h"
 #include "model/meanings/ConceptExporter.h"
 #include "model/meanings/Criteria.h"
 #include "model/meanings/FieldAccess.h"
@@ -139,6 +140,7 @@ Concepts* LanguageWordNet::GetConcepts(uint32_t iliRecordID, short relation) {
     if (!(addEquals(*concepts, kRecordNumberField, meaning) && concepts->Validate()))
       return nullptr;
   }
+  engine::throwIfReadFailed(links.GetFlmError(), kModule, __LINE__);
   return concepts.release();
 }
 

@@ -5,6 +5,7 @@
 #include <new>
 
 #include "engine/Layout.h"
+#include "engine/ReadFailure.h"
 #include "model/meanings/Criteria.h"
 #include "model/meanings/FieldAccess.h"
 
@@ -73,8 +74,10 @@ uint32_t Relations::GetCount() { return GetRecCount(); }
 Relation* Relations::GetItem(short relationID) {
   std::unique_ptr<Relation> relation(new (std::nothrow) Relation);
   if (!relation) throw PLXException(errOutOfMemory, "Relations", __LINE__);
-  if (!ReadRecord(static_cast<uint32_t>(static_cast<int32_t>(relationID)), *relation))
+  if (!ReadRecord(static_cast<uint32_t>(static_cast<int32_t>(relationID)), *relation)) {
+    engine::throwIfReadFailed(m_Error, "Relations", __LINE__);
     throw PLXException(errInvalidRelation, "Relations", __LINE__);
+  }
   return relation.release();
 }
 
@@ -82,8 +85,10 @@ int Relations::GetRelationName(short relationID, char* name, short size) {
   FlmRecord relation(kNoRoot, kPoolBlock);
   // Sign-extended on purpose: a negative id names no record.
   if (!relation.Retrieve(GetDatabase(), kSystemStore, kData,
-                         static_cast<uint32_t>(static_cast<int32_t>(relationID))))
+                         static_cast<uint32_t>(static_cast<int32_t>(relationID)))) {
+    engine::throwIfReadFailed(relation.GetFlmError(), "Relations", __LINE__);
     return 0;
+  }
   if (!relation.FindField(kName, 1, fsRoot, faSubtree)) return 0;
   return relation.Get(name, static_cast<unsigned short>(size)) ? 1 : 0;
 }
@@ -93,7 +98,10 @@ int Relations::GetRelationID(char* name, short* relationID) {
   FlmCursor cursor(GetDatabase(), GetContainer(), GetStore());
   if (!(addEquals(cursor, kName, static_cast<const char*>(name)) && cursor.Validate())) return 0;
   FlmRecord relation(kNoRoot, kPoolBlock);
-  if (!cursor.ReadFirst(relation)) return 0;
+  if (!cursor.ReadFirst(relation)) {
+    engine::throwIfReadFailed(cursor.GetFlmError(), "Relations", __LINE__);
+    return 0;
+  }
   *relationID = static_cast<short>(relation.GetID());
   return 1;
 }
