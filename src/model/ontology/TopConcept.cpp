@@ -6,11 +6,11 @@
 #include <new>
 
 #include "engine/Layout.h"
+#include "model/CursorCollection.h"
 #include "model/meanings/Criteria.h"
 #include "model/meanings/FieldAccess.h"
 
 using namespace layout;
-using meanings::navigate;
 
 namespace {
 
@@ -24,10 +24,10 @@ int variantCriteria(FlmCursor& cursor, uint32_t topConcept) {
 }
 
 // A top concept read afresh from the ontology; null when it is not there.
-TopConcept* readTopConcept(void* database, uint32_t id, TopConcept* (*make)()) {
+TopConcept* readTopConcept(void* database, uint32_t id) {
   FlmRecord record(meanings::kNoRoot, meanings::kPoolBlock);
   if (!record.Retrieve(database, kIliStore, kTopConcepts, id)) return nullptr;
-  TopConcept* topConcept = make();
+  TopConcept* topConcept = collections::Element<TopConcept>::Make();
   if (topConcept) *topConcept = record;
   return topConcept;
 }
@@ -40,10 +40,7 @@ TopConcept::TopConcept() : FlmRecord(meanings::kNoRoot, meanings::kPoolBlock) {}
 
 TopConcept::TopConcept(const TopConcept& other) : FlmRecord(other) {}
 
-TopConcept& TopConcept::operator=(TopConcept& other) {
-  FlmRecord::operator=(other);
-  return *this;
-}
+TopConcept& TopConcept::operator=(TopConcept& other) = default;
 
 TopConcept& TopConcept::operator=(FlmRecord& other) {
   FlmRecord::operator=(other);
@@ -71,7 +68,7 @@ int TopConcept::GetSuper(TopConcept** super) {
     if (!FindField(kSuperConcept, 1, fsCurrent, faSubtree)) return 0;
     if (!Get(&id)) return 0;
   }
-  *super = readTopConcept(GetDatabase(), id, [] { return new (std::nothrow) TopConcept; });
+  *super = readTopConcept(GetDatabase(), id);
   return *super ? 1 : 0;
 }
 
@@ -152,13 +149,9 @@ CursorTopConcepts::CursorTopConcepts() = default;
 CursorTopConcepts::CursorTopConcepts(void* database, unsigned short container, uint32_t store)
     : FlmCursor(database, container, store) {}
 
-CursorTopConcepts::CursorTopConcepts(const CursorTopConcepts& other)
-    : FlmCursor(other), TopConcepts(other) {}
+CursorTopConcepts::CursorTopConcepts(const CursorTopConcepts& other) = default;
 
-CursorTopConcepts& CursorTopConcepts::operator=(const CursorTopConcepts& other) {
-  FlmCursor::operator=(other);
-  return *this;
-}
+CursorTopConcepts& CursorTopConcepts::operator=(const CursorTopConcepts& other) = default;
 
 CursorTopConcepts::~CursorTopConcepts() = default;
 
@@ -167,25 +160,23 @@ void CursorTopConcepts::Destroy() { delete this; }
 short CursorTopConcepts::GetCount() { return static_cast<short>(GetRecCount()); }
 
 int CursorTopConcepts::GetFirst(TopConcept** out) {
-  return navigate(*this, out, &FlmCursor::ReadFirst, [] { return new (std::nothrow) TopConcept; });
+  return collections::read(*this, &FlmCursor::ReadFirst, out);
 }
 
 int CursorTopConcepts::GetNext(TopConcept** out) {
-  return navigate(*this, out, &FlmCursor::ReadNext, [] { return new (std::nothrow) TopConcept; });
+  return collections::read(*this, &FlmCursor::ReadNext, out);
 }
 
 int CursorTopConcepts::GetPrevious(TopConcept** out) {
-  return navigate(*this, out, &FlmCursor::ReadPrevious,
-                  [] { return new (std::nothrow) TopConcept; });
+  return collections::read(*this, &FlmCursor::ReadPrevious, out);
 }
 
 int CursorTopConcepts::GetLast(TopConcept** out) {
-  return navigate(*this, out, &FlmCursor::ReadLast, [] { return new (std::nothrow) TopConcept; });
+  return collections::read(*this, &FlmCursor::ReadLast, out);
 }
 
 int CursorTopConcepts::GetCurrent(TopConcept** out) {
-  return navigate(*this, out, &FlmCursor::ReadCurrent,
-                  [] { return new (std::nothrow) TopConcept; });
+  return collections::read(*this, &FlmCursor::ReadCurrent, out);
 }
 
 // ---- LinkedTopConcepts ----
@@ -242,8 +233,7 @@ void LinkedTopConcepts::SetRecPtr(int position, uint32_t id) {
 int LinkedTopConcepts::Goto(int position, TopConcept** topConcept) {
   *topConcept = nullptr;
   if (position < 1 || position > m_nCount) return 0;
-  *topConcept = readTopConcept(GetDatabase(), m_pIds->ids[position - 1],
-                               [] { return new (std::nothrow) TopConcept; });
+  *topConcept = readTopConcept(GetDatabase(), m_pIds->ids[position - 1]);
   if (!*topConcept) return 0;
   m_nPosition = position;
   return 1;
