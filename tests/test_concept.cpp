@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "engine/Layout.h"
+#include "support/CollectionMoves.h"
 #include "support/LoadedDatabase.h"
 #include "support/SmallDatabases.h"
 
@@ -172,6 +173,9 @@ STORE 100 CONTAINER 204
     dumptext::eqLink(303, 3, 1, 3) + dumptext::eqLink(304, 1, 5, 1) +
     dumptext::eqLink(305, 1, 5, 2) + dumptext::eqLink(306, 1, 7, 4);
 
+using collectionmoves::expectEveryMoveMisses;
+using collectionmoves::expectMovesFollowTheWalk;
+using collectionmoves::moved;
 using Database = testdb::LoadedDatabase;
 using testdb::narrow;
 using testdb::thrown;
@@ -182,6 +186,11 @@ using testdb::Thrown;
 struct Meanings : Concepts {
   Meanings(void* db, uint32_t store, unsigned short container = layout::kMeanings)
       : Concepts(db, container, store) {}
+};
+
+// Every equivalence link of a store: a meaning keeps its own to itself.
+struct StoredEqLinks : EqLinks {
+  StoredEqLinks(void* db, uint32_t store) : EqLinks(db, layout::kEqLinks, store) {}
 };
 
 // A meaning that was never read: no database, no store.
@@ -241,33 +250,38 @@ class MeaningsTest : public ::testing::Test {
 // ---------------------------------------------------------------------------
 // Collections
 
-// The record a move reads, 0 when it reads none; either way the element
-// stays in the out-argument (released, not reset, on a miss).
-int32_t moved(Concepts& collection, int (Concepts::*move)(Concept**)) {
-  Concept* c = nullptr;
-  const int found = (collection.*move)(&c);
-  EXPECT_NE(c, nullptr);
-  if (!found) return 0;
-  const int32_t id = c->GetRecordID();
-  c->Destroy();
-  return id;
-}
-
 TEST_F(MeaningsTest, NavigationReadsThroughTheCursor) {
   Meanings all(db.handle(), kStore);
   EXPECT_EQ(all.GetCount(), 8);
   // An unpositioned cursor reads its first record on GetNext.
-  const std::pair<int (Concepts::*)(Concept**), int32_t> steps[] = {
+  const std::pair<int (Concepts::*)(Concept**), uint32_t> steps[] = {
       {&Concepts::GetNext, 1},  {&Concepts::GetPrevious, 0}, {&Concepts::GetLast, 42},
       {&Concepts::GetPrevious, 7}, {&Concepts::GetCurrent, 7}, {&Concepts::GetNext, 42},
       {&Concepts::GetNext, 0}};
-  for (const auto& [move, id] : steps) EXPECT_EQ(moved(all, move), id);
+  for (const auto& [move, id] : steps) EXPECT_EQ((moved<Concept, Concepts>(all, move)), id);
 
   Meanings none(db.handle(), kEmptyStore);
-  EXPECT_EQ(none.GetCount(), 0);
-  for (auto move : {&Concepts::GetFirst, &Concepts::GetNext, &Concepts::GetPrevious,
-                    &Concepts::GetLast, &Concepts::GetCurrent})
-    EXPECT_EQ(moved(none, move), 0);
+  expectEveryMoveMisses<Concept, Concepts>(none);
+}
+
+// Every collection a meaning hands out, and the equivalence links, move as
+// their own walks; those of a bare meaning and of an empty store miss on
+// every move.
+TEST_F(MeaningsTest, EachCollectionOfAMeaningMovesAsItsWalk) {
+  Owned<Concept> dog = meaning(1);
+  expectMovesFollowTheWalk<ConceptVariant>(*Owned<ConceptVariants>(dog->GetConceptVariants()));
+  expectMovesFollowTheWalk<ConceptLink>(*Owned<ConceptLinks>(dog->GetConceptLinks(0)));
+  StoredEqLinks equivalences(db.handle(), kStore);
+  expectMovesFollowTheWalk<EqLink>(equivalences);
+  ILIRecords* records = nullptr;
+  ASSERT_EQ(dog->GetILIRecords(0, &records), 1);
+  expectMovesFollowTheWalk<ILIRecord>(*Owned<ILIRecords>(records));
+
+  Owned<Concept> bare = meaning(42);
+  expectEveryMoveMisses<ConceptVariant>(*Owned<ConceptVariants>(bare->GetConceptVariants()));
+  expectEveryMoveMisses<ConceptLink>(*Owned<ConceptLinks>(bare->GetConceptLinks(0)));
+  StoredEqLinks noEquivalences(db.handle(), kEmptyStore);
+  expectEveryMoveMisses<EqLink>(noEquivalences);
 }
 
 TEST_F(MeaningsTest, ItemsByRecordNumberAndByLiteral) {

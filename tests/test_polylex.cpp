@@ -10,14 +10,19 @@
 #include <filesystem>
 #include <string>
 
+#include "corvid/Library.h"
 #include "engine/Layout.h"
 #include "flm/ErrorCodes.h"
+#include "support/CollectionMoves.h"
 #include "support/LoadedDatabase.h"
 #include "support/SmallDatabases.h"
 #include "support/TestFiles.h"
 
 namespace {
 
+using collectionmoves::expectEveryMoveMisses;
+using collectionmoves::expectMovesFollowTheWalk;
+using corvid::Owned;
 using testdb::thrown;
 
 using dumptext::fixedRecords;
@@ -462,6 +467,23 @@ TEST_F(OntologyTest, LinkedListWalksByPositionAndCopiesShareIt) {
   EXPECT_EQ(c->GetRecordID(), 3);
   c->Destroy();
   root->Destroy();
+}
+
+// The cursor collections of the index, the ontology and the relations move
+// as their own walks; sets with nothing in them miss on every move.
+TEST_F(OntologyTest, CursorCollectionsMoveAsTheirWalks) {
+  expectMovesFollowTheWalk<TopConcept>(*Owned<TopConcepts>(polylex_.GetTopConcepts()));
+  expectMovesFollowTheWalk<ILIRecord>(*Owned<ILIRecords>(polylex_.GetILIRecords()));
+  expectMovesFollowTheWalk<Relation>(*Owned<Relations>(polylex_.GetRelations()));
+  Owned<TopConcept> animal(topConcept(2));
+  Owned<TopConceptVariants> names(animal->GetTopConceptVariants(100));
+  expectMovesFollowTheWalk<TopConceptVariant>(*names);
+
+  expectEveryMoveMisses<TopConceptVariant>(
+      *Owned<TopConceptVariants>(animal->GetTopConceptVariants(101)));
+  Owned<LanguageWordNets> wordnets(polylex_.GetLanguageWordNets());
+  Owned<LanguageWordNet> english(wordnets->GetItem("en"));
+  expectEveryMoveMisses<ILIVariant>(*Owned<ILIVariants>(english->GetILIVariants(2)));
 }
 
 TEST_F(OntologyTest, VariantsNameTopConceptsAndIndexRecords) {

@@ -16,12 +16,14 @@
 #include "corvid/Library.h"
 #include "support/BuiltDatabase.h"
 #include "support/CachedDatabases.h"
+#include "support/CollectionMoves.h"
 #include "support/Slices.h"
 #include "support/SmallDatabases.h"
 #include "support/TestFiles.h"
 
 namespace {
 
+using collectionmoves::expectMovesFollowTheWalk;
 using corvid::forEach;
 using corvid::Owned;
 using testdb::narrow;
@@ -325,6 +327,7 @@ void roadFromDog(Polylex& polylex) {
   // And back to the words of the index record, in English and in French.
   const uint32_t record = static_cast<uint32_t>(ili->GetRecordID());
   EXPECT_EQ(literalsOf(english->GetILIVariants(record)), literals);
+  expectMovesFollowTheWalk<ILIVariant>(*Owned<ILIVariants>(english->GetILIVariants(record)));
   EXPECT_EQ(french->GetConcepts(record, 99), nullptr);
   Concepts* chiens = french->GetConcepts(record, 0);
   ASSERT_NE(chiens, nullptr);

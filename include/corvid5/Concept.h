@@ -8,6 +8,12 @@
 
 #include <stdint.h>
 
+// The library's maker of the elements its collections hand out.
+namespace collections {
+template <class E>
+struct Element;
+}  // namespace collections
+
 class ConceptVariant;
 class ConceptVariants;
 class ConceptLinks;
@@ -73,6 +79,7 @@ class CORVID5_API Concept : public FlmRecord {
   EqLinks* GetEqLinks(short eqRelation);
 
   friend class Concepts;
+  friend struct collections::Element<Concept>;
   friend class ConceptVariant;
   friend class ConceptLink;
   friend class LanguageWordNet;

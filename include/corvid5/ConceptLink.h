@@ -9,6 +9,12 @@
 
 #include <stdint.h>
 
+// The library's maker of the elements its collections hand out.
+namespace collections {
+template <class E>
+struct Element;
+}  // namespace collections
+
 class Concept;
 class ConceptVariant;
 
@@ -44,7 +50,7 @@ class CORVID5_API ConceptLink : public FlmRecord {
   Concept* RetrieveConcept(unsigned short tag);
   ConceptVariant* RetrieveVariant(unsigned short tag);
 
-  friend class ConceptLinks;
+  friend struct collections::Element<ConceptLink>;
 };
 
 // Released element left in *out on 0, as for every collection.

@@ -10,6 +10,12 @@
 
 #include <stdint.h>
 
+// The library's maker of the elements its collections hand out.
+namespace collections {
+template <class E>
+struct Element;
+}  // namespace collections
+
 class Concept;
 class Examples;
 class UsageLabel;
@@ -52,7 +58,7 @@ class CORVID5_API ConceptVariant : public FlmRecord {
   VariantFeature* GetVariantFeature(int32_t id);
 
   friend class Concept;
-  friend class ConceptVariants;
+  friend struct collections::Element<ConceptVariant>;
   friend class ConceptLink;
 };
 

@@ -7,6 +7,12 @@
 #include <corvid5/FlmRecord.h>
 #include <stdint.h>
 
+// The library's maker of the elements its collections hand out.
+namespace collections {
+template <class E>
+struct Element;
+}  // namespace collections
+
 // A variant record seen for its literal only.
 class CORVID5_API DictionaryEntry : public FlmRecord {
  public:
@@ -30,6 +36,7 @@ class CORVID5_API DictionaryEntry : public FlmRecord {
  protected:
   DictionaryEntry();
   friend class Dictionary;
+  friend struct collections::Element<DictionaryEntry>;
 };
 
 // Walking skips the records that repeat the word form handed out last, so

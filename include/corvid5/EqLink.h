@@ -9,6 +9,12 @@
 
 #include <stdint.h>
 
+// The library's maker of the elements its collections hand out.
+namespace collections {
+template <class E>
+struct Element;
+}  // namespace collections
+
 // Read through FlmRecord: tag 4 the equivalence relation, 50 the meaning,
 // 51 the inter-lingual index record.
 class CORVID5_API EqLink : public FlmRecord {
@@ -22,7 +28,7 @@ class CORVID5_API EqLink : public FlmRecord {
  protected:
   EqLink();
 
-  friend class EqLinks;
+  friend struct collections::Element<EqLink>;
 };
 
 // Released element left in *out on 0, as for every collection.

@@ -7,6 +7,12 @@
 #include <corvid5/FlmRecord.h>
 #include <stdint.h>
 
+// The library's maker of the elements its collections hand out.
+namespace collections {
+template <class E>
+struct Element;
+}  // namespace collections
+
 class Domain;
 class TopConcept;
 
@@ -44,7 +50,7 @@ class CORVID5_API ILIRecord : public FlmRecord {
   // Empty, bound to the index records of `database` with record number 0.
   explicit ILIRecord(void* database);
   friend class Concept;
-  friend class ILIRecords;
+  friend struct collections::Element<ILIRecord>;
 };
 
 // Released element left in *out on 0, as for every collection.

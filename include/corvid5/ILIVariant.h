@@ -8,6 +8,12 @@
 #include <corvid5/FlmRecord.h>
 #include <stdint.h>
 
+// The library's maker of the elements its collections hand out.
+namespace collections {
+template <class E>
+struct Element;
+}  // namespace collections
+
 // Text getters answer a new string the caller frees, or null.
 class CORVID5_API ILIVariant : public FlmRecord {
  public:
@@ -23,7 +29,7 @@ class CORVID5_API ILIVariant : public FlmRecord {
 
  protected:
   ILIVariant();
-  friend class ILIVariants;
+  friend struct collections::Element<ILIVariant>;
 };
 
 // Released element left in *out on 0, as for every collection.

@@ -8,6 +8,12 @@
 #include <corvid5/FlmRecord.h>
 #include <stdint.h>
 
+// The library's maker of the elements its collections hand out.
+namespace collections {
+template <class E>
+struct Element;
+}  // namespace collections
+
 class CORVID5_API Relation : public FlmRecord {
  public:
   Relation(const Relation& other);
@@ -23,6 +29,7 @@ class CORVID5_API Relation : public FlmRecord {
  protected:
   Relation();
   friend class Relations;
+  friend struct collections::Element<Relation>;
 };
 
 // Released element left in *out on 0, as for every collection.

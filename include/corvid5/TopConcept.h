@@ -9,6 +9,12 @@
 #include <corvid5/FlmRecord.h>
 #include <stdint.h>
 
+// The library's maker of the elements its collections hand out.
+namespace collections {
+template <class E>
+struct Element;
+}  // namespace collections
+
 class LinkedTopConcepts;
 class TopConceptVariant;
 class TopConceptVariants;
@@ -44,9 +50,8 @@ class CORVID5_API TopConcept : public FlmRecord {
  protected:
   TopConcept();
   int GetLinkedTopConcepts(unsigned short tag, LinkedTopConcepts** list);
-  friend class CursorTopConcepts;
+  friend struct collections::Element<TopConcept>;
   friend class ILIRecord;
-  friend class LinkedTopConcepts;
 };
 
 // What both collections of top concepts answer to. Clients end one with

@@ -11,7 +11,11 @@
 #include <new>
 
 #include "engine/Layout.h"
+<<<<<<< HEAD
 #include "engine/ReadFailure.h"
+=======
+#include "model/CursorCollection.h"
+>>>>>>> arch-collections
 #include "model/meanings/Criteria.h"
 #include "model/meanings/FieldAccess.h"
 #include "model/meanings/RecordExport.h"
@@ -79,10 +83,7 @@ Concept::Concept(void* database, uint32_t store) : FlmRecord(kConcept, kPoolBloc
 
 Concept::Concept(const Concept& other) : FlmRecord(other) {}
 
-Concept& Concept::operator=(Concept& other) {
-  FlmRecord::operator=(other);
-  return *this;
-}
+Concept& Concept::operator=(Concept& other) = default;
 
 Concept& Concept::operator=(FlmRecord& other) {
   FlmRecord::operator=(other);
@@ -304,44 +305,33 @@ Concepts::Concepts(void* database, unsigned short container, uint32_t store)
 
 Concepts::Concepts(const Concepts& other) = default;
 
-Concepts& Concepts::operator=(const Concepts& other) {
-  FlmCursor::operator=(other);
-  return *this;
-}
+Concepts& Concepts::operator=(const Concepts& other) = default;
 
 Concepts::~Concepts() = default;
 
 void Concepts::Destroy() { delete this; }
 
 int Concepts::GetFirst(Concept** out) {
-  return navigate(*this, out, &FlmCursor::ReadFirst, [] { return new (std::nothrow) Concept; });
+  return collections::read(*this, &FlmCursor::ReadFirst, out);
 }
 
-int Concepts::GetNext(Concept** out) {
-  return navigate(*this, out, &FlmCursor::ReadNext, [] { return new (std::nothrow) Concept; });
-}
+int Concepts::GetNext(Concept** out) { return collections::read(*this, &FlmCursor::ReadNext, out); }
 
 int Concepts::GetPrevious(Concept** out) {
-  return navigate(*this, out, &FlmCursor::ReadPrevious,
-                  [] { return new (std::nothrow) Concept; });
+  return collections::read(*this, &FlmCursor::ReadPrevious, out);
 }
 
-int Concepts::GetLast(Concept** out) {
-  return navigate(*this, out, &FlmCursor::ReadLast, [] { return new (std::nothrow) Concept; });
-}
+int Concepts::GetLast(Concept** out) { return collections::read(*this, &FlmCursor::ReadLast, out); }
 
 int Concepts::GetCurrent(Concept** out) {
-  return navigate(*this, out, &FlmCursor::ReadCurrent, [] { return new (std::nothrow) Concept; });
+  return collections::read(*this, &FlmCursor::ReadCurrent, out);
 }
 
 int32_t Concepts::GetCount() { return static_cast<int32_t>(GetRecCount()); }
 
 int Concepts::GetItem(uint32_t id, Concept** out) {
-  Concept* meaning = new (std::nothrow) Concept;
-  *out = meaning;
-  if (meaning && ReadRecord(id, *meaning)) return 1;
-  delete meaning;
-  return 0;
+  return collections::readInto(out,
+                               [this, id](Concept& meaning) { return ReadRecord(id, meaning); });
 }
 
 int Concepts::GetItem(const char* text, Concept** out) {

@@ -8,6 +8,7 @@
 #include <new>
 
 #include "engine/Layout.h"
+#include "model/CursorCollection.h"
 #include "model/meanings/FieldAccess.h"
 
 using namespace layout;
@@ -98,35 +99,30 @@ ConceptLinks::ConceptLinks(void* database, unsigned short container, uint32_t st
 
 ConceptLinks::ConceptLinks(const ConceptLinks& other) = default;
 
-ConceptLinks& ConceptLinks::operator=(const ConceptLinks& other) {
-  FlmCursor::operator=(other);
-  return *this;
-}
+ConceptLinks& ConceptLinks::operator=(const ConceptLinks& other) = default;
 
 ConceptLinks::~ConceptLinks() = default;
 
 void ConceptLinks::Destroy() { delete this; }
 
 int ConceptLinks::GetFirst(ConceptLink** out) {
-  return navigate(*this, out, &FlmCursor::ReadFirst, [] { return new (std::nothrow) ConceptLink; });
+  return collections::read(*this, &FlmCursor::ReadFirst, out);
 }
 
 int ConceptLinks::GetNext(ConceptLink** out) {
-  return navigate(*this, out, &FlmCursor::ReadNext, [] { return new (std::nothrow) ConceptLink; });
+  return collections::read(*this, &FlmCursor::ReadNext, out);
 }
 
 int ConceptLinks::GetPrevious(ConceptLink** out) {
-  return navigate(*this, out, &FlmCursor::ReadPrevious,
-                  [] { return new (std::nothrow) ConceptLink; });
+  return collections::read(*this, &FlmCursor::ReadPrevious, out);
 }
 
 int ConceptLinks::GetLast(ConceptLink** out) {
-  return navigate(*this, out, &FlmCursor::ReadLast, [] { return new (std::nothrow) ConceptLink; });
+  return collections::read(*this, &FlmCursor::ReadLast, out);
 }
 
 int ConceptLinks::GetCurrent(ConceptLink** out) {
-  return navigate(*this, out, &FlmCursor::ReadCurrent,
-                  [] { return new (std::nothrow) ConceptLink; });
+  return collections::read(*this, &FlmCursor::ReadCurrent, out);
 }
 
 int32_t ConceptLinks::GetCount() { return static_cast<int32_t>(GetRecCount()); }

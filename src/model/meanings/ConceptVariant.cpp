@@ -8,7 +8,11 @@
 #include <new>
 
 #include "engine/Layout.h"
+<<<<<<< HEAD
 #include "engine/ReadFailure.h"
+=======
+#include "model/CursorCollection.h"
+>>>>>>> arch-collections
 #include "model/meanings/Criteria.h"
 #include "model/meanings/FieldAccess.h"
 #include "model/meanings/UsageLabel.h"
@@ -68,10 +72,7 @@ ConceptVariant::ConceptVariant() : FlmRecord(kNoRoot, kPoolBlock) {}
 
 ConceptVariant::ConceptVariant(const ConceptVariant& other) : FlmRecord(other) {}
 
-ConceptVariant& ConceptVariant::operator=(ConceptVariant& other) {
-  FlmRecord::operator=(other);
-  return *this;
-}
+ConceptVariant& ConceptVariant::operator=(ConceptVariant& other) = default;
 
 ConceptVariant& ConceptVariant::operator=(FlmRecord& other) {
   FlmRecord::operator=(other);
@@ -210,38 +211,30 @@ ConceptVariants::ConceptVariants(void* database, unsigned short container, uint3
 
 ConceptVariants::ConceptVariants(const ConceptVariants& other) = default;
 
-ConceptVariants& ConceptVariants::operator=(const ConceptVariants& other) {
-  FlmCursor::operator=(other);
-  return *this;
-}
+ConceptVariants& ConceptVariants::operator=(const ConceptVariants& other) = default;
 
 ConceptVariants::~ConceptVariants() = default;
 
 void ConceptVariants::Destroy() { delete this; }
 
 int ConceptVariants::GetFirst(ConceptVariant** out) {
-  return navigate(*this, out, &FlmCursor::ReadFirst,
-                  [] { return new (std::nothrow) ConceptVariant; });
+  return collections::read(*this, &FlmCursor::ReadFirst, out);
 }
 
 int ConceptVariants::GetNext(ConceptVariant** out) {
-  return navigate(*this, out, &FlmCursor::ReadNext,
-                  [] { return new (std::nothrow) ConceptVariant; });
+  return collections::read(*this, &FlmCursor::ReadNext, out);
 }
 
 int ConceptVariants::GetPrevious(ConceptVariant** out) {
-  return navigate(*this, out, &FlmCursor::ReadPrevious,
-                  [] { return new (std::nothrow) ConceptVariant; });
+  return collections::read(*this, &FlmCursor::ReadPrevious, out);
 }
 
 int ConceptVariants::GetLast(ConceptVariant** out) {
-  return navigate(*this, out, &FlmCursor::ReadLast,
-                  [] { return new (std::nothrow) ConceptVariant; });
+  return collections::read(*this, &FlmCursor::ReadLast, out);
 }
 
 int ConceptVariants::GetCurrent(ConceptVariant** out) {
-  return navigate(*this, out, &FlmCursor::ReadCurrent,
-                  [] { return new (std::nothrow) ConceptVariant; });
+  return collections::read(*this, &FlmCursor::ReadCurrent, out);
 }
 
 int32_t ConceptVariants::GetCount() { return static_cast<int32_t>(GetRecCount()); }

@@ -1,10 +1,7 @@
 #include <corvid5/EqLink.h>
 
-#include <new>
-
+#include "model/CursorCollection.h"
 #include "model/meanings/FieldAccess.h"
-
-using meanings::navigate;
 
 // ---- EqLink ----
 
@@ -12,10 +9,7 @@ EqLink::EqLink() : FlmRecord(meanings::kNoRoot, meanings::kPoolBlock) {}
 
 EqLink::EqLink(const EqLink& other) : FlmRecord(other) {}
 
-EqLink& EqLink::operator=(EqLink& other) {
-  FlmRecord::operator=(other);
-  return *this;
-}
+EqLink& EqLink::operator=(EqLink& other) = default;
 
 EqLink::~EqLink() = default;
 
@@ -30,33 +24,24 @@ EqLinks::EqLinks(void* database, unsigned short container, uint32_t store)
 
 EqLinks::EqLinks(const EqLinks& other) = default;
 
-EqLinks& EqLinks::operator=(const EqLinks& other) {
-  FlmCursor::operator=(other);
-  return *this;
-}
+EqLinks& EqLinks::operator=(const EqLinks& other) = default;
 
 EqLinks::~EqLinks() = default;
 
 void EqLinks::Destroy() { delete this; }
 
-int EqLinks::GetFirst(EqLink** out) {
-  return navigate(*this, out, &FlmCursor::ReadFirst, [] { return new (std::nothrow) EqLink; });
-}
+int EqLinks::GetFirst(EqLink** out) { return collections::read(*this, &FlmCursor::ReadFirst, out); }
 
-int EqLinks::GetNext(EqLink** out) {
-  return navigate(*this, out, &FlmCursor::ReadNext, [] { return new (std::nothrow) EqLink; });
-}
+int EqLinks::GetNext(EqLink** out) { return collections::read(*this, &FlmCursor::ReadNext, out); }
 
 int EqLinks::GetPrevious(EqLink** out) {
-  return navigate(*this, out, &FlmCursor::ReadPrevious, [] { return new (std::nothrow) EqLink; });
+  return collections::read(*this, &FlmCursor::ReadPrevious, out);
 }
 
-int EqLinks::GetLast(EqLink** out) {
-  return navigate(*this, out, &FlmCursor::ReadLast, [] { return new (std::nothrow) EqLink; });
-}
+int EqLinks::GetLast(EqLink** out) { return collections::read(*this, &FlmCursor::ReadLast, out); }
 
 int EqLinks::GetCurrent(EqLink** out) {
-  return navigate(*this, out, &FlmCursor::ReadCurrent, [] { return new (std::nothrow) EqLink; });
+  return collections::read(*this, &FlmCursor::ReadCurrent, out);
 }
 
 int32_t EqLinks::GetCount() { return static_cast<int32_t>(GetRecCount()); }

@@ -1,10 +1,9 @@
 // Small reading helpers shared by the word-meaning classes: field presence
-// without losing the current field, wide text between the record layer's
-// strings and the library's own builders, and the collections' navigation.
+// without losing the current field, and wide text between the record layer's
+// strings and the library's own builders.
 #ifndef CORVID5_MODEL_MEANINGS_FIELDACCESS_H
 #define CORVID5_MODEL_MEANINGS_FIELDACCESS_H
 
-#include <corvid5/FlmCursor.h>
 #include <corvid5/FlmRecord.h>
 
 #include <cstdint>
@@ -48,19 +47,6 @@ std::string toNarrow(const std::u16string& text);
 
 // The part-of-speech text of the meanings' table: "?" for 0, "" past 5.
 const char* partOfSpeechText(unsigned code);
-
-// The navigation of every cursor collection: the element goes into *out
-// before the read, and a failed read releases it without resetting *out.
-// `make` is called from inside the collection, which may use the element's
-// protected constructor; a null element counts as a failed read.
-template <class E, class Make>
-int navigate(FlmCursor& cursor, E** out, int (FlmCursor::*read)(FlmRecord&), Make make) {
-  E* element = make();
-  *out = element;
-  if (element && (cursor.*read)(*element)) return 1;
-  delete element;
-  return 0;
-}
 
 }  // namespace meanings
 

@@ -4,12 +4,15 @@
 #include <new>
 
 #include "engine/Layout.h"
+<<<<<<< HEAD
 #include "engine/ReadFailure.h"
+=======
+#include "model/CursorCollection.h"
+>>>>>>> arch-collections
 #include "model/meanings/Criteria.h"
 #include "model/meanings/FieldAccess.h"
 
 using namespace layout;
-using meanings::navigate;
 
 // ---- ILIRecord ----
 
@@ -21,10 +24,7 @@ ILIRecord::ILIRecord(void* database) : FlmRecord(kIliRecord, meanings::kPoolBloc
 
 ILIRecord::ILIRecord(const ILIRecord& other) : FlmRecord(other) {}
 
-ILIRecord& ILIRecord::operator=(ILIRecord& other) {
-  FlmRecord::operator=(other);
-  return *this;
-}
+ILIRecord& ILIRecord::operator=(ILIRecord& other) = default;
 
 ILIRecord& ILIRecord::operator=(FlmRecord& other) {
   FlmRecord::operator=(other);
@@ -86,35 +86,30 @@ ILIRecords::ILIRecords(void* database, unsigned short container, uint32_t store)
 
 ILIRecords::ILIRecords(const ILIRecords& other) = default;
 
-ILIRecords& ILIRecords::operator=(const ILIRecords& other) {
-  FlmCursor::operator=(other);
-  return *this;
-}
+ILIRecords& ILIRecords::operator=(const ILIRecords& other) = default;
 
 ILIRecords::~ILIRecords() = default;
 
 void ILIRecords::Destroy() { delete this; }
 
 int ILIRecords::GetFirst(ILIRecord** out) {
-  return navigate(*this, out, &FlmCursor::ReadFirst, [] { return new (std::nothrow) ILIRecord; });
+  return collections::read(*this, &FlmCursor::ReadFirst, out);
 }
 
 int ILIRecords::GetNext(ILIRecord** out) {
-  return navigate(*this, out, &FlmCursor::ReadNext, [] { return new (std::nothrow) ILIRecord; });
+  return collections::read(*this, &FlmCursor::ReadNext, out);
 }
 
 int ILIRecords::GetPrevious(ILIRecord** out) {
-  return navigate(*this, out, &FlmCursor::ReadPrevious,
-                  [] { return new (std::nothrow) ILIRecord; });
+  return collections::read(*this, &FlmCursor::ReadPrevious, out);
 }
 
 int ILIRecords::GetLast(ILIRecord** out) {
-  return navigate(*this, out, &FlmCursor::ReadLast, [] { return new (std::nothrow) ILIRecord; });
+  return collections::read(*this, &FlmCursor::ReadLast, out);
 }
 
 int ILIRecords::GetCurrent(ILIRecord** out) {
-  return navigate(*this, out, &FlmCursor::ReadCurrent,
-                  [] { return new (std::nothrow) ILIRecord; });
+  return collections::read(*this, &FlmCursor::ReadCurrent, out);
 }
 
 int32_t ILIRecords::GetCount() { return static_cast<int32_t>(GetRecCount()); }
@@ -125,10 +120,7 @@ ILI::ILI() = default;
 
 ILI::ILI(const ILI& other) = default;
 
-ILI& ILI::operator=(const ILI& other) {
-  FlmCursor::operator=(other);
-  return *this;
-}
+ILI& ILI::operator=(const ILI& other) = default;
 
 ILI::~ILI() = default;
 

@@ -1,12 +1,10 @@
 #include <corvid5/ILIVariant.h>
 
-#include <new>
-
 #include "engine/Layout.h"
+#include "model/CursorCollection.h"
 #include "model/meanings/FieldAccess.h"
 
 using namespace layout;
-using meanings::navigate;
 
 // ---- ILIVariant ----
 
@@ -14,10 +12,7 @@ ILIVariant::ILIVariant() : FlmRecord(meanings::kNoRoot, meanings::kPoolBlock) {}
 
 ILIVariant::ILIVariant(const ILIVariant& other) : FlmRecord(other) {}
 
-ILIVariant& ILIVariant::operator=(ILIVariant& other) {
-  FlmRecord::operator=(other);
-  return *this;
-}
+ILIVariant& ILIVariant::operator=(ILIVariant& other) = default;
 
 ILIVariant& ILIVariant::operator=(FlmRecord& other) {
   FlmRecord::operator=(other);
@@ -43,35 +38,30 @@ ILIVariants::ILIVariants(void* database, unsigned short container, uint32_t stor
 
 ILIVariants::ILIVariants(const ILIVariants& other) = default;
 
-ILIVariants& ILIVariants::operator=(const ILIVariants& other) {
-  FlmCursor::operator=(other);
-  return *this;
-}
+ILIVariants& ILIVariants::operator=(const ILIVariants& other) = default;
 
 ILIVariants::~ILIVariants() = default;
 
 void ILIVariants::Destroy() { delete this; }
 
 int ILIVariants::GetFirst(ILIVariant** out) {
-  return navigate(*this, out, &FlmCursor::ReadFirst, [] { return new (std::nothrow) ILIVariant; });
+  return collections::read(*this, &FlmCursor::ReadFirst, out);
 }
 
 int ILIVariants::GetNext(ILIVariant** out) {
-  return navigate(*this, out, &FlmCursor::ReadNext, [] { return new (std::nothrow) ILIVariant; });
+  return collections::read(*this, &FlmCursor::ReadNext, out);
 }
 
 int ILIVariants::GetPrevious(ILIVariant** out) {
-  return navigate(*this, out, &FlmCursor::ReadPrevious,
-                  [] { return new (std::nothrow) ILIVariant; });
+  return collections::read(*this, &FlmCursor::ReadPrevious, out);
 }
 
 int ILIVariants::GetLast(ILIVariant** out) {
-  return navigate(*this, out, &FlmCursor::ReadLast, [] { return new (std::nothrow) ILIVariant; });
+  return collections::read(*this, &FlmCursor::ReadLast, out);
 }
 
 int ILIVariants::GetCurrent(ILIVariant** out) {
-  return navigate(*this, out, &FlmCursor::ReadCurrent,
-                  [] { return new (std::nothrow) ILIVariant; });
+  return collections::read(*this, &FlmCursor::ReadCurrent, out);
 }
 
 int32_t ILIVariants::GetCount() { return static_cast<int32_t>(GetRecCount()); }

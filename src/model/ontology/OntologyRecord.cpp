@@ -64,10 +64,7 @@ OntologyRecords::OntologyRecords(void* database, unsigned short container, uint3
 
 OntologyRecords::OntologyRecords(const OntologyRecords& other) = default;
 
-OntologyRecords& OntologyRecords::operator=(const OntologyRecords& other) {
-  FlmCursor::operator=(other);
-  return *this;
-}
+OntologyRecords& OntologyRecords::operator=(const OntologyRecords& other) = default;
 
 OntologyRecords::~OntologyRecords() = default;
 

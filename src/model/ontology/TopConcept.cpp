@@ -6,12 +6,15 @@
 #include <new>
 
 #include "engine/Layout.h"
+<<<<<<< HEAD
 #include "engine/ReadFailure.h"
+=======
+#include "model/CursorCollection.h"
+>>>>>>> arch-collections
 #include "model/meanings/Criteria.h"
 #include "model/meanings/FieldAccess.h"
 
 using namespace layout;
-using meanings::navigate;
 
 namespace {
 
@@ -24,6 +27,7 @@ int variantCriteria(FlmCursor& cursor, uint32_t topConcept) {
   return meanings::addEquals(cursor, kTargetTopConcept, topConcept) && cursor.Validate();
 }
 
+<<<<<<< HEAD
 // A top concept read afresh from the ontology; null when it is not there or
 // could not be read, and `error` (when given) then says which.
 TopConcept* readTopConcept(void* database, uint32_t id, TopConcept* (*make)(),
@@ -33,6 +37,13 @@ TopConcept* readTopConcept(void* database, uint32_t id, TopConcept* (*make)(),
   if (error) *error = record.GetFlmError();
   if (!read) return nullptr;
   TopConcept* topConcept = make();
+=======
+// A top concept read afresh from the ontology; null when it is not there.
+TopConcept* readTopConcept(void* database, uint32_t id) {
+  FlmRecord record(meanings::kNoRoot, meanings::kPoolBlock);
+  if (!record.Retrieve(database, kIliStore, kTopConcepts, id)) return nullptr;
+  TopConcept* topConcept = collections::Element<TopConcept>::Make();
+>>>>>>> arch-collections
   if (topConcept) *topConcept = record;
   return topConcept;
 }
@@ -45,10 +56,7 @@ TopConcept::TopConcept() : FlmRecord(meanings::kNoRoot, meanings::kPoolBlock) {}
 
 TopConcept::TopConcept(const TopConcept& other) : FlmRecord(other) {}
 
-TopConcept& TopConcept::operator=(TopConcept& other) {
-  FlmRecord::operator=(other);
-  return *this;
-}
+TopConcept& TopConcept::operator=(TopConcept& other) = default;
 
 TopConcept& TopConcept::operator=(FlmRecord& other) {
   FlmRecord::operator=(other);
@@ -76,9 +84,13 @@ int TopConcept::GetSuper(TopConcept** super) {
     if (!FindField(kSuperConcept, 1, fsCurrent, faSubtree)) return 0;
     if (!Get(&id)) return 0;
   }
+<<<<<<< HEAD
   FlmError error;
   *super = readTopConcept(GetDatabase(), id, [] { return new (std::nothrow) TopConcept; }, &error);
   if (!*super) engine::throwIfReadFailed(error, kModule, __LINE__);
+=======
+  *super = readTopConcept(GetDatabase(), id);
+>>>>>>> arch-collections
   return *super ? 1 : 0;
 }
 
@@ -162,13 +174,9 @@ CursorTopConcepts::CursorTopConcepts() = default;
 CursorTopConcepts::CursorTopConcepts(void* database, unsigned short container, uint32_t store)
     : FlmCursor(database, container, store) {}
 
-CursorTopConcepts::CursorTopConcepts(const CursorTopConcepts& other)
-    : FlmCursor(other), TopConcepts(other) {}
+CursorTopConcepts::CursorTopConcepts(const CursorTopConcepts& other) = default;
 
-CursorTopConcepts& CursorTopConcepts::operator=(const CursorTopConcepts& other) {
-  FlmCursor::operator=(other);
-  return *this;
-}
+CursorTopConcepts& CursorTopConcepts::operator=(const CursorTopConcepts& other) = default;
 
 CursorTopConcepts::~CursorTopConcepts() = default;
 
@@ -177,25 +185,23 @@ void CursorTopConcepts::Destroy() { delete this; }
 short CursorTopConcepts::GetCount() { return static_cast<short>(GetRecCount()); }
 
 int CursorTopConcepts::GetFirst(TopConcept** out) {
-  return navigate(*this, out, &FlmCursor::ReadFirst, [] { return new (std::nothrow) TopConcept; });
+  return collections::read(*this, &FlmCursor::ReadFirst, out);
 }
 
 int CursorTopConcepts::GetNext(TopConcept** out) {
-  return navigate(*this, out, &FlmCursor::ReadNext, [] { return new (std::nothrow) TopConcept; });
+  return collections::read(*this, &FlmCursor::ReadNext, out);
 }
 
 int CursorTopConcepts::GetPrevious(TopConcept** out) {
-  return navigate(*this, out, &FlmCursor::ReadPrevious,
-                  [] { return new (std::nothrow) TopConcept; });
+  return collections::read(*this, &FlmCursor::ReadPrevious, out);
 }
 
 int CursorTopConcepts::GetLast(TopConcept** out) {
-  return navigate(*this, out, &FlmCursor::ReadLast, [] { return new (std::nothrow) TopConcept; });
+  return collections::read(*this, &FlmCursor::ReadLast, out);
 }
 
 int CursorTopConcepts::GetCurrent(TopConcept** out) {
-  return navigate(*this, out, &FlmCursor::ReadCurrent,
-                  [] { return new (std::nothrow) TopConcept; });
+  return collections::read(*this, &FlmCursor::ReadCurrent, out);
 }
 
 // ---- LinkedTopConcepts ----
@@ -252,10 +258,14 @@ void LinkedTopConcepts::SetRecPtr(int position, uint32_t id) {
 int LinkedTopConcepts::Goto(int position, TopConcept** topConcept) {
   *topConcept = nullptr;
   if (position < 1 || position > m_nCount) return 0;
+<<<<<<< HEAD
   // Walking throws nothing: a linked concept that cannot be read ends the
   // walk short of the count, which is how a client can tell.
   *topConcept = readTopConcept(GetDatabase(), m_pIds->ids[position - 1],
                                [] { return new (std::nothrow) TopConcept; });
+=======
+  *topConcept = readTopConcept(GetDatabase(), m_pIds->ids[position - 1]);
+>>>>>>> arch-collections
   if (!*topConcept) return 0;
   m_nPosition = position;
   return 1;

@@ -1,12 +1,10 @@
 #include <corvid5/TopConceptVariant.h>
 
-#include <new>
-
 #include "engine/Layout.h"
+#include "model/CursorCollection.h"
 #include "model/meanings/FieldAccess.h"
 
 using namespace layout;
-using meanings::navigate;
 
 // ---- TopConceptVariant ----
 
@@ -14,10 +12,7 @@ TopConceptVariant::TopConceptVariant() : FlmRecord(meanings::kNoRoot, meanings::
 
 TopConceptVariant::TopConceptVariant(const TopConceptVariant& other) : FlmRecord(other) {}
 
-TopConceptVariant& TopConceptVariant::operator=(TopConceptVariant& other) {
-  FlmRecord::operator=(other);
-  return *this;
-}
+TopConceptVariant& TopConceptVariant::operator=(TopConceptVariant& other) = default;
 
 TopConceptVariant& TopConceptVariant::operator=(FlmRecord& other) {
   FlmRecord::operator=(other);
@@ -47,38 +42,30 @@ TopConceptVariants::TopConceptVariants(void* database, unsigned short container,
 
 TopConceptVariants::TopConceptVariants(const TopConceptVariants& other) = default;
 
-TopConceptVariants& TopConceptVariants::operator=(const TopConceptVariants& other) {
-  FlmCursor::operator=(other);
-  return *this;
-}
+TopConceptVariants& TopConceptVariants::operator=(const TopConceptVariants& other) = default;
 
 TopConceptVariants::~TopConceptVariants() = default;
 
 void TopConceptVariants::Destroy() { delete this; }
 
 int TopConceptVariants::GetFirst(TopConceptVariant** out) {
-  return navigate(*this, out, &FlmCursor::ReadFirst,
-                  [] { return new (std::nothrow) TopConceptVariant; });
+  return collections::read(*this, &FlmCursor::ReadFirst, out);
 }
 
 int TopConceptVariants::GetNext(TopConceptVariant** out) {
-  return navigate(*this, out, &FlmCursor::ReadNext,
-                  [] { return new (std::nothrow) TopConceptVariant; });
+  return collections::read(*this, &FlmCursor::ReadNext, out);
 }
 
 int TopConceptVariants::GetPrevious(TopConceptVariant** out) {
-  return navigate(*this, out, &FlmCursor::ReadPrevious,
-                  [] { return new (std::nothrow) TopConceptVariant; });
+  return collections::read(*this, &FlmCursor::ReadPrevious, out);
 }
 
 int TopConceptVariants::GetLast(TopConceptVariant** out) {
-  return navigate(*this, out, &FlmCursor::ReadLast,
-                  [] { return new (std::nothrow) TopConceptVariant; });
+  return collections::read(*this, &FlmCursor::ReadLast, out);
 }
 
 int TopConceptVariants::GetCurrent(TopConceptVariant** out) {
-  return navigate(*this, out, &FlmCursor::ReadCurrent,
-                  [] { return new (std::nothrow) TopConceptVariant; });
+  return collections::read(*this, &FlmCursor::ReadCurrent, out);
 }
 
 int32_t TopConceptVariants::GetCount() { return static_cast<int32_t>(GetRecCount()); }

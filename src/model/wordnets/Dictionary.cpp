@@ -6,7 +6,11 @@
 #include <new>
 
 #include "engine/Layout.h"
+<<<<<<< HEAD
 #include "engine/ReadFailure.h"
+=======
+#include "model/CursorCollection.h"
+>>>>>>> arch-collections
 #include "model/meanings/Criteria.h"
 #include "model/meanings/FieldAccess.h"
 
@@ -31,10 +35,7 @@ DictionaryEntry::DictionaryEntry() : FlmRecord(kNoRoot, kPoolBlock) {}
 
 DictionaryEntry::DictionaryEntry(const DictionaryEntry& other) : FlmRecord(other) {}
 
-DictionaryEntry& DictionaryEntry::operator=(DictionaryEntry& other) {
-  FlmRecord::operator=(other);
-  return *this;
-}
+DictionaryEntry& DictionaryEntry::operator=(DictionaryEntry& other) = default;
 
 DictionaryEntry::~DictionaryEntry() = default;
 
@@ -133,31 +134,25 @@ DictionaryEntry* Dictionary::GetEntry(const char* literal) {
 }
 
 int Dictionary::ReadEnd(int (FlmCursor::*read)(FlmRecord&), DictionaryEntry** out) {
-  DictionaryEntry* entry = new (std::nothrow) DictionaryEntry;
-  *out = entry;
-  // The word form handed out last is not handed out again, even from the
-  // other end.
-  if (!entry || !(this->*read)(*entry) || *entry == m_LastEntry) {
-    delete entry;
-    return 0;
-  }
-  m_LastEntry = *entry;
-  return 1;
+  return collections::readInto(out, [this, read](DictionaryEntry& entry) {
+    // The word form handed out last is not handed out again, even from the
+    // other end.
+    if (!(this->*read)(entry) || entry == m_LastEntry) return 0;
+    m_LastEntry = entry;
+    return 1;
+  });
 }
 
 int Dictionary::ReadOn(int (FlmCursor::*read)(FlmRecord&), DictionaryEntry** out) {
-  DictionaryEntry* entry = new (std::nothrow) DictionaryEntry;
-  *out = entry;
-  if (entry) {
-    while ((this->*read)(*entry)) {
-      if (*entry != m_LastEntry) {
-        m_LastEntry = *entry;
+  return collections::readInto(out, [this, read](DictionaryEntry& entry) {
+    while ((this->*read)(entry)) {
+      if (entry != m_LastEntry) {
+        m_LastEntry = entry;
         return 1;
       }
     }
-  }
-  delete entry;
-  return 0;
+    return 0;
+  });
 }
 
 int Dictionary::GetFirst(DictionaryEntry** out) { return ReadEnd(&FlmCursor::ReadFirst, out); }
@@ -169,8 +164,7 @@ int Dictionary::GetNext(DictionaryEntry** out) { return ReadOn(&FlmCursor::ReadN
 int Dictionary::GetPrevious(DictionaryEntry** out) { return ReadOn(&FlmCursor::ReadPrevious, out); }
 
 int Dictionary::GetCurrent(DictionaryEntry** out) {
-  return navigate(*this, out, &FlmCursor::ReadCurrent,
-                  [] { return new (std::nothrow) DictionaryEntry; });
+  return collections::read(*this, &FlmCursor::ReadCurrent, out);
 }
 
 int32_t Dictionary::GetCount() { return static_cast<int32_t>(GetRecCount()); }

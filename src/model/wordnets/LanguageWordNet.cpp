@@ -203,10 +203,7 @@ LanguageWordNets::LanguageWordNets(void* database, unsigned short container, uin
 
 LanguageWordNets::LanguageWordNets(const LanguageWordNets& other) = default;
 
-LanguageWordNets& LanguageWordNets::operator=(const LanguageWordNets& other) {
-  FlmCursor::operator=(other);
-  return *this;
-}
+LanguageWordNets& LanguageWordNets::operator=(const LanguageWordNets& other) = default;
 
 LanguageWordNets::~LanguageWordNets() = default;
 

@@ -6,6 +6,7 @@
 
 #include "engine/Layout.h"
 #include "engine/ReadFailure.h"
+#include "model/CursorCollection.h"
 #include "model/meanings/Criteria.h"
 #include "model/meanings/FieldAccess.h"
 
@@ -18,10 +19,7 @@ Relation::Relation() : FlmRecord(kNoRoot, kPoolBlock) {}
 
 Relation::Relation(const Relation& other) : FlmRecord(other) {}
 
-Relation& Relation::operator=(Relation& other) {
-  FlmRecord::operator=(other);
-  return *this;
-}
+Relation& Relation::operator=(Relation& other) = default;
 
 Relation::~Relation() = default;
 
@@ -40,33 +38,30 @@ Relations::Relations(void* database, unsigned short container, uint32_t store)
 
 Relations::Relations(const Relations& other) = default;
 
-Relations& Relations::operator=(const Relations& other) {
-  FlmCursor::operator=(other);
-  return *this;
-}
+Relations& Relations::operator=(const Relations& other) = default;
 
 Relations::~Relations() = default;
 
 void Relations::Destroy() { delete this; }
 
 int Relations::GetFirst(Relation** out) {
-  return navigate(*this, out, &FlmCursor::ReadFirst, [] { return new (std::nothrow) Relation; });
+  return collections::read(*this, &FlmCursor::ReadFirst, out);
 }
 
 int Relations::GetNext(Relation** out) {
-  return navigate(*this, out, &FlmCursor::ReadNext, [] { return new (std::nothrow) Relation; });
+  return collections::read(*this, &FlmCursor::ReadNext, out);
 }
 
 int Relations::GetPrevious(Relation** out) {
-  return navigate(*this, out, &FlmCursor::ReadPrevious, [] { return new (std::nothrow) Relation; });
+  return collections::read(*this, &FlmCursor::ReadPrevious, out);
 }
 
 int Relations::GetLast(Relation** out) {
-  return navigate(*this, out, &FlmCursor::ReadLast, [] { return new (std::nothrow) Relation; });
+  return collections::read(*this, &FlmCursor::ReadLast, out);
 }
 
 int Relations::GetCurrent(Relation** out) {
-  return navigate(*this, out, &FlmCursor::ReadCurrent, [] { return new (std::nothrow) Relation; });
+  return collections::read(*this, &FlmCursor::ReadCurrent, out);
 }
 
 uint32_t Relations::GetCount() { return GetRecCount(); }
