@@ -41,7 +41,7 @@ for pos in noun verb adj adv; do
       return v
     }
     BEGIN { n = split(keep, k, "\n"); for (i = 1; i <= n; i++) wanted[k[i]] = 1 }
-    /^ / { next }
+    /^ / { print; next }  # the licence, which every data file keeps
     $1 in wanted {
       bar = index($0, " | ")
       nf = split(substr($0, 1, bar - 1), f, " ")
