@@ -4,11 +4,8 @@
 #include <new>
 
 #include "engine/Layout.h"
-<<<<<<< HEAD
 #include "engine/ReadFailure.h"
-=======
 #include "model/CursorCollection.h"
->>>>>>> arch-collections
 #include "model/meanings/Criteria.h"
 #include "model/meanings/FieldAccess.h"
 

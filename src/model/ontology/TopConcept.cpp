@@ -6,11 +6,8 @@
 #include <new>
 
 #include "engine/Layout.h"
-<<<<<<< HEAD
 #include "engine/ReadFailure.h"
-=======
 #include "model/CursorCollection.h"
->>>>>>> arch-collections
 #include "model/meanings/Criteria.h"
 #include "model/meanings/FieldAccess.h"
 
@@ -27,23 +24,14 @@ int variantCriteria(FlmCursor& cursor, uint32_t topConcept) {
   return meanings::addEquals(cursor, kTargetTopConcept, topConcept) && cursor.Validate();
 }
 
-<<<<<<< HEAD
 // A top concept read afresh from the ontology; null when it is not there or
 // could not be read, and `error` (when given) then says which.
-TopConcept* readTopConcept(void* database, uint32_t id, TopConcept* (*make)(),
-                           FlmError* error = nullptr) {
+TopConcept* readTopConcept(void* database, uint32_t id, FlmError* error = nullptr) {
   FlmRecord record(meanings::kNoRoot, meanings::kPoolBlock);
   const int read = record.Retrieve(database, kIliStore, kTopConcepts, id);
   if (error) *error = record.GetFlmError();
   if (!read) return nullptr;
-  TopConcept* topConcept = make();
-=======
-// A top concept read afresh from the ontology; null when it is not there.
-TopConcept* readTopConcept(void* database, uint32_t id) {
-  FlmRecord record(meanings::kNoRoot, meanings::kPoolBlock);
-  if (!record.Retrieve(database, kIliStore, kTopConcepts, id)) return nullptr;
   TopConcept* topConcept = collections::Element<TopConcept>::Make();
->>>>>>> arch-collections
   if (topConcept) *topConcept = record;
   return topConcept;
 }
@@ -84,13 +72,9 @@ int TopConcept::GetSuper(TopConcept** super) {
     if (!FindField(kSuperConcept, 1, fsCurrent, faSubtree)) return 0;
     if (!Get(&id)) return 0;
   }
-<<<<<<< HEAD
   FlmError error;
-  *super = readTopConcept(GetDatabase(), id, [] { return new (std::nothrow) TopConcept; }, &error);
+  *super = readTopConcept(GetDatabase(), id, &error);
   if (!*super) engine::throwIfReadFailed(error, kModule, __LINE__);
-=======
-  *super = readTopConcept(GetDatabase(), id);
->>>>>>> arch-collections
   return *super ? 1 : 0;
 }
 
@@ -258,14 +242,9 @@ void LinkedTopConcepts::SetRecPtr(int position, uint32_t id) {
 int LinkedTopConcepts::Goto(int position, TopConcept** topConcept) {
   *topConcept = nullptr;
   if (position < 1 || position > m_nCount) return 0;
-<<<<<<< HEAD
   // Walking throws nothing: a linked concept that cannot be read ends the
   // walk short of the count, which is how a client can tell.
-  *topConcept = readTopConcept(GetDatabase(), m_pIds->ids[position - 1],
-                               [] { return new (std::nothrow) TopConcept; });
-=======
   *topConcept = readTopConcept(GetDatabase(), m_pIds->ids[position - 1]);
->>>>>>> arch-collections
   if (!*topConcept) return 0;
   m_nPosition = position;
   return 1;
